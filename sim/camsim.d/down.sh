@@ -1,0 +1,20 @@
+describe_command down "down [--root DIR]" \
+  "stop what up started"
+
+# How long a stopped process may take to exit before it is killed.
+DOWN_WAIT_SECONDS=10
+
+cmd_down() {
+  take_root "$@"
+  shift "$CAMSIM_SHIFT"
+  [ $# -eq 0 ] || die "down: unknown option '$1'"
+  local pid
+  if pid=$(running_lighttpd_pid); then
+    stop_process "$pid" lighttpd "$DOWN_WAIT_SECONDS"
+    echo "lighttpd stopped (pid $pid)"
+  else
+    echo "lighttpd was not running"
+  fi
+  rm -f -- "$(lighttpd_pid_file)"
+  stop_daemons
+}

@@ -1,0 +1,31 @@
+describe_command init "init [--root DIR] [--force]" \
+  "create a fresh camera root (--force: recreate it)"
+
+cmd_init() {
+  take_root "$@"
+  shift "$CAMSIM_SHIFT"
+  local force=false
+  while [ $# -gt 0 ]; do
+    case "$1" in
+      --force) force=true ;;
+      *) die "init: unknown option '$1'" ;;
+    esac
+    shift
+  done
+  local root=$CAMSIM_ROOT
+  if [ -e "$root" ] && [ ! -d "$root" ]; then
+    die "init: $root exists and is not a directory"
+  fi
+  if [ -d "$root" ] && [ -n "$(ls -A -- "$root")" ]; then
+    $force || die "init: $root is not empty (use --force to recreate it)"
+    # Never wipe a folder that init did not make.
+    is_camera_root "$root" || die "init: $root is not a camera root, not removing it"
+    local pid
+    if pid=$(running_lighttpd_pid); then
+      die "init: the camera in $root is running (pid $pid); ./camsim down first"
+    fi
+    rm -rf -- "$root"
+  fi
+  make_camera_folders "$root"
+  echo "camera root: $root"
+}

@@ -1,0 +1,107 @@
+# Shared by every camsim sub-command: messages, the camera root, the layout
+# of the device's folders and of the simulator's own files inside it.
+
+# Sub-commands register a one-line description here for `camsim help`.
+declare -a CAMSIM_COMMANDS=()
+declare -A CAMSIM_USAGE=() CAMSIM_SUMMARY=()
+describe_command() {  # <name> <usage> <summary>
+  CAMSIM_COMMANDS+=("$1")
+  CAMSIM_USAGE[$1]=$2
+  CAMSIM_SUMMARY[$1]=$3
+}
+
+die() {
+  echo "camsim: $*" >&2
+  exit 1
+}
+
+# The device's folders a fresh root gets. The programs map every absolute
+# path under the root (ORVO_ROOT), so these mirror the camera's file system.
+CAMERA_FOLDERS=(
+  bin sbin etc tmp dev
+  var/log var/run
+  run run/lock run/lock/orvo run/orvo
+  www www/cgi-bin
+  sim sim/lighttpd
+)
+
+# Marks a folder as a camera root made by `init`; only such a folder is ever
+# wiped by `init --force`.
+ROOT_MARKER=sim/camera-root
+
+CAMSIM_ROOT=""
+# Sets CAMSIM_ROOT from `--root DIR` (when it is the first argument), else
+# $ORVO_ROOT, else .camsim/ in the repository. Sets CAMSIM_SHIFT to the
+# number of arguments consumed.
+take_root() {
+  CAMSIM_SHIFT=0
+  local root
+  if [ "${1:-}" = --root ]; then
+    [ $# -ge 2 ] && [ -n "$2" ] || die "--root needs a directory"
+    root=$2
+    CAMSIM_SHIFT=2
+  elif [ -n "${ORVO_ROOT:-}" ]; then
+    root=$ORVO_ROOT
+  else
+    root="$CAMSIM_REPO/.camsim"
+  fi
+  CAMSIM_ROOT=$(realpath -m -- "$root")
+  [ "$CAMSIM_ROOT" != / ] || die "refusing to use / as a camera root"
+}
+
+make_camera_folders() {  # <root>
+  local folder
+  for folder in "${CAMERA_FOLDERS[@]}"; do
+    mkdir -p -- "$1/$folder"
+  done
+  touch -- "$1/var/log/messages" "$1/$ROOT_MARKER"
+}
+
+is_camera_root() { [ -f "$1/$ROOT_MARKER" ]; }
+
+# The simulator's web server files, all inside the root.
+lighttpd_dir() { echo "$CAMSIM_ROOT/sim/lighttpd"; }
+lighttpd_pid_file() { echo "$(lighttpd_dir)/lighttpd.pid"; }
+lighttpd_port_file() { echo "$(lighttpd_dir)/port"; }
+
+# Prints the pid of the root's lighttpd when it is running, else fails.
+running_lighttpd_pid() {
+  local pid_file pid
+  pid_file=$(lighttpd_pid_file)
+  [ -s "$pid_file" ] || return 1
+  pid=$(<"$pid_file")
+  [[ $pid =~ ^[0-9]+$ ]] || return 1
+  # A stale pid file may name a recycled pid: it must still be lighttpd.
+  [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = lighttpd ] || return 1
+  process_alive "$pid" || return 1
+  echo "$pid"
+}
+
+# True while the process exists and has not exited. An exited daemon whose
+# parent never reaps it stays a zombie: that counts as gone.
+process_alive() {  # <pid>
+  local stat
+  stat=$(cat "/proc/$1/stat" 2>/dev/null) || return 1
+  stat=${stat##*) }
+  [ "${stat%% *}" != Z ]
+}
+
+base_url() {  # <port>
+  echo "http://127.0.0.1:$1"
+}
+
+# Sends TERM to a process and waits up to <limit> seconds for it to exit,
+# then KILL. Only ever called with a pid read from the root's pid files.
+stop_process() {  # <pid> <name> <limit seconds>
+  local pid=$1 name=$2 limit=$3 waited=0
+  kill -TERM "$pid" 2>/dev/null || return 0
+  while process_alive "$pid"; do
+    if [ "$waited" -ge $((limit * 10)) ]; then
+      echo "camsim: $name (pid $pid) did not stop in ${limit}s, killing it" >&2
+      kill -KILL "$pid" 2>/dev/null || true
+      break
+    fi
+    sleep 0.1
+    waited=$((waited + 1))
+  done
+}

@@ -1,0 +1,107 @@
+describe_command up "up [--root DIR] [--port N] [--cgi PATH]" \
+  "build rest.cgi, serve it with lighttpd on 127.0.0.1:N (8080)"
+
+# How long `up` waits for the web server to answer.
+UP_WAIT_SECONDS=10
+
+cmd_up() {
+  take_root "$@"
+  shift "$CAMSIM_SHIFT"
+  local port=8080 cgi=""
+  while [ $# -gt 0 ]; do
+    case "$1" in
+      --port) [ $# -ge 2 ] || die "up: --port needs a number"; port=$2; shift ;;
+      # A rest.cgi built elsewhere (the tests' own build): nothing is built.
+      --cgi) [ $# -ge 2 ] || die "up: --cgi needs a path"; cgi=$2; shift ;;
+      *) die "up: unknown option '$1'" ;;
+    esac
+    shift
+  done
+  [[ $port =~ ^[0-9]+$ ]] && [ "$port" -ge 1 ] && [ "$port" -le 65535 ] ||
+    die "up: invalid port '$port'"
+
+  local pid
+  if pid=$(running_lighttpd_pid); then
+    echo "camsim: already running for $CAMSIM_ROOT (pid $pid)" >&2
+    base_url "$(cat "$(lighttpd_port_file)" 2>/dev/null || echo "$port")"
+    return 0
+  fi
+
+  if [ -z "$cgi" ]; then
+    cgi=$(build_rest_cgi)
+  fi
+  [ -x "$cgi" ] || die "up: $cgi is not an executable"
+  cgi=$(realpath -- "$cgi")
+
+  if [ ! -d "$CAMSIM_ROOT" ] || [ -z "$(ls -A -- "$CAMSIM_ROOT")" ]; then
+    cmd_init --root "$CAMSIM_ROOT" >/dev/null
+  fi
+  make_camera_folders "$CAMSIM_ROOT"
+
+  start_daemons
+  # The web server must call the program by a path ending in "/rest.cgi".
+  ln -sfn -- "$cgi" "$CAMSIM_ROOT/www/cgi-bin/rest.cgi"
+  start_lighttpd "$port"
+  base_url "$port"
+}
+
+# Installs the Debian packages, configures when needed and builds rest.cgi in
+# ${ORVO_BUILD_DIR:-build}; prints the program's path.
+build_rest_cgi() {
+  local build=${ORVO_BUILD_DIR:-build}
+  [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
+  "$CAMSIM_REPO/scripts/install-deps.sh" >&2
+  if [ ! -f "$build/CMakeCache.txt" ]; then
+    cmake -S "$CAMSIM_REPO" -B "$build" -G Ninja >&2 || die "up: cmake configure failed"
+  fi
+  cmake --build "$build" --target rest.cgi -j 2 >&2 || die "up: building rest.cgi failed"
+  echo "$build/src/rest.cgi"
+}
+
+start_lighttpd() {  # <port>
+  local port=$1 dir
+  dir=$(lighttpd_dir)
+  local config="$dir/lighttpd.conf" error_log="$dir/error.log"
+  # The root is pasted into the configuration's quoted strings.
+  [[ $CAMSIM_ROOT != *[\"\\#]* ]] || die "up: the root path may not hold quotes, backslashes or #"
+  sed -e "s#@ROOT@#$CAMSIM_ROOT#g" -e "s#@PORT@#$port#g" \
+    "$CAMSIM_REPO/sim/lighttpd.conf.in" >"$config"
+  echo "$port" >"$(lighttpd_port_file)"
+  rm -f -- "$(lighttpd_pid_file)"
+  : >"$error_log"
+
+  local output
+  if ! output=$(lighttpd -f "$config" 2>&1); then
+    echo "$output" >&2
+    show_error_log "$error_log"
+    stop_daemons
+    die "up: lighttpd did not start"
+  fi
+  wait_until_answering "$port" || {
+    show_error_log "$error_log"
+    local pid
+    if pid=$(running_lighttpd_pid); then stop_process "$pid" lighttpd 5; fi
+    stop_daemons
+    die "up: no HTTP answer on port $port within ${UP_WAIT_SECONDS}s"
+  }
+}
+
+# Any HTTP answer (even 404) means the server is up.
+wait_until_answering() {  # <port>
+  local tries=$((UP_WAIT_SECONDS * 10))
+  while [ "$tries" -gt 0 ]; do
+    if curl -s -o /dev/null --max-time 1 "$(base_url "$1")/"; then
+      return 0
+    fi
+    running_lighttpd_pid >/dev/null || return 1
+    sleep 0.1
+    tries=$((tries - 1))
+  done
+  return 1
+}
+
+show_error_log() {  # <file>
+  [ -s "$1" ] || return 0
+  echo "--- $1" >&2
+  tail -n 20 -- "$1" >&2
+}
