@@ -1,0 +1,114 @@
+// The one HTTP request this process serves, parsed once, and the one answer
+// it gives, written once.
+#pragma once
+
+#include <list>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "cgi.h"
+#include "orvo/utils/mutex.h"
+#include "orvo/variant/variant.h"
+
+namespace orvo {
+namespace cgi {
+
+// Percent-decoding only: "+" stays "+", a malformed escape is kept as text.
+std::string HtmlDecode(std::string const& text);
+
+class CGIRequest {
+ public:
+  struct CgiFileInfo {
+    std::string name;      // form field name
+    std::string type;      // MIME type sent by the client
+    std::string filename;  // file name sent by the client
+    std::string tmpfile;   // where the upload waits on the device
+  };
+
+  // Reads the CGI environment and standard input and parses everything.
+  CGIRequest();
+  CGIRequest(CGIRequest const&) = delete;
+  CGIRequest& operator=(CGIRequest const&) = delete;
+
+  std::string Method() const { return method; }
+  std::string ContentType() const { return contentType; }
+  std::string QueryString() const { return queryString; }
+  std::string RemoteUser() const { return remoteUser; }
+  std::string const& RemoteAddress() const { return remoteAddress; }
+
+  void QueryValues(std::list<std::string>& out) const;
+  std::string QueryValueByKey(std::string const& key) const;
+  void QueryValuesByKey(std::string const& key, std::set<std::string>& out) const;
+  void QueryKVP(std::multimap<std::string, std::string>& out) const { out = query; }
+  void QueryKeys(std::set<std::string>& out) const;
+
+  void FormFields(std::list<std::string>& out) const;
+  std::string FormFieldByName(std::string const& name) const;
+  void FormFieldsByName(std::string const& name, std::set<std::string>& out) const;
+  void FormFieldsName(std::set<std::string>& out) const;
+  void FormKVP(std::multimap<std::string, std::string>& out) const { out = form; }
+
+  void FormFilesName(std::list<std::string>& out) const;
+  CgiFileInfo FormFileByName(std::string const& name) const;
+  void FormFilesKVP(std::multimap<std::string, CgiFileInfo>& out) const { out = files; }
+
+  void CookiesKVP(std::map<std::string, std::string>& out) const { out = cookies; }
+  std::string const& CookieValueByName(std::string const& name) const;
+
+  bool HasAuthToken() const;
+  orvo::variant::Variant const& Json() const { return json; }
+
+  // The library handle; the response takes it over and releases it.
+  s_cgi* Handle() const { return cgi; }
+
+ private:
+  void Parse();
+  void ParseQuery();
+  void ParseForm();
+  void ParseJsonBody(int failureLevel);
+  void ParseCookies(char const* header);
+
+  s_cgi* cgi = nullptr;
+  std::multimap<std::string, std::string> query;
+  std::multimap<std::string, std::string> form;
+  std::multimap<std::string, CgiFileInfo> files;
+  std::map<std::string, std::string> cookies;
+  orvo::variant::Variant json;
+  std::string queryString;
+  std::string contentType;
+  std::string method;
+  std::string remoteUser;
+  std::string remoteAddress;
+};
+
+class CGIResponse {
+ public:
+  explicit CGIResponse(CGIRequest const& request);
+  CGIResponse(CGIRequest const& request, std::string const& contentType);
+  ~CGIResponse();
+  CGIResponse(CGIResponse const&) = delete;
+  CGIResponse& operator=(CGIResponse const&) = delete;
+
+  void SetHttpHeader(std::string const& name, std::string const& value);
+  // Writes headers and body to standard output, once; always returns 0.
+  int Commit();
+  // Commit(), then release the CGI library handle.
+  void Close();
+  bool Redirect(std::string const& url);
+
+  std::ostringstream body;
+
+ private:
+  s_cgi* cgi;
+  std::map<std::string, std::string> headers;
+  bool committed = false;
+};
+
+// Single-instance guard: true when `mutex` (constructed by the caller with
+// `name` and no waiting) could be taken; otherwise logs, sets 429, false.
+bool lock(std::string const& name, InterProcessMutex& mutex, CGIResponse& response);
+
+}  // namespace cgi
+}  // namespace orvo

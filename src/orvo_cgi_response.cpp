@@ -1,0 +1,69 @@
+#include <strings.h>
+
+#include <cstdio>
+
+#include "orvo/log.h"
+#include "orvo_cgi.h"
+
+namespace orvo {
+namespace cgi {
+
+CGIResponse::CGIResponse(CGIRequest const& request) : cgi(request.Handle()) {}
+
+CGIResponse::CGIResponse(CGIRequest const& request, std::string const& contentType)
+    : CGIResponse(request) {
+  SetHttpHeader("Content-Type", contentType);
+}
+
+CGIResponse::~CGIResponse() { Close(); }
+
+void CGIResponse::SetHttpHeader(std::string const& name, std::string const& value) {
+  headers[name] = value;
+}
+
+int CGIResponse::Commit() {
+  if (committed) return 0;
+  std::string const text = body.str();
+  std::string out;
+  out.reserve(text.size() + 128);
+  for (auto const& header : headers) {
+    // An empty answer carries no content type.
+    bool isContentType = strcasecmp(header.first.c_str(), "content-type") == 0;
+    if (isContentType && (header.second.empty() || text.empty())) continue;
+    out += header.first;
+    out += ": ";
+    out += header.second;
+    out += "\r\n";
+  }
+  out += "Connection: close\r\n\r\n";
+  out += text;
+  std::fwrite(out.data(), 1, out.size(), stdout);
+  std::fflush(stdout);
+  committed = true;
+  return 0;
+}
+
+void CGIResponse::Close() {
+  Commit();
+  if (cgi) {
+    cgiFree(cgi);
+    cgi = nullptr;
+  }
+}
+
+bool CGIResponse::Redirect(std::string const& url) {
+  if (url.empty()) return false;
+  cgiRedirect(url.c_str());
+  return true;
+}
+
+bool lock(std::string const& name, InterProcessMutex& mutex, CGIResponse& response) {
+  if (mutex.acquire() == 0) return true;
+  logInternal("orvo_cgi", "src/orvo_cgi", "lock", __LINE__, 4, 0, 0, "'%s' is already running",
+              name.c_str());
+  response.SetHttpHeader("Status", "429");
+  return false;
+}
+
+}  // namespace cgi
+}  // namespace orvo

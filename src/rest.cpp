@@ -1,0 +1,121 @@
+#include "rest.h"
+
+#include <algorithm>
+
+#include "handlers.h"
+#include "orvo/log.h"
+#include "rest_auth.h"
+
+namespace {
+
+constexpr char kModule[] = "src/rest";
+
+#define REST_LOG(level, ...) \
+  logInternal("orvo_cgi", kModule, "processRestRequest", __LINE__, (level), 0, 0, __VA_ARGS__)
+
+struct RequestPath {
+  std::string version;
+  std::string endpoint;
+  std::string rest;
+};
+
+// "<version>/<endpoint>[/<rest>]". A string without a version is accepted
+// only when it names "version" (and is then refused by the version check).
+bool splitRequest(std::string const& request, RequestPath& path) {
+  std::size_t first = request.find('/');
+  if (first == std::string::npos || first + 1 == request.size()) {
+    path.endpoint = request.substr(0, first);
+    return path.endpoint == "version";
+  }
+  path.version = request.substr(0, first);
+  std::size_t second = request.find('/', first + 1);
+  if (second == std::string::npos) {
+    path.endpoint = request.substr(first + 1);
+  } else {
+    path.endpoint = request.substr(first + 1, second - first - 1);
+    path.rest = request.substr(second + 1);
+  }
+  return true;
+}
+
+}  // namespace
+
+void buildRestRegistry(RestRegistry& registry) {
+  RestAuthenticator const none = AuthenticateNone;
+  RestAuthenticator const password = AuthenticateByPassword;
+  RestAuthenticator const token = AuthenticateByAuthToken;
+  RestAuthenticator const session = AuthenticateBySession;
+  std::vector<std::string> const all = {"1.2", "1.1", "1.0", "0.1"};
+  std::vector<std::string> const since10 = {"1.2", "1.1", "1.0"};
+  std::vector<std::string> const since11 = {"1.2", "1.1"};
+  std::vector<std::string> const only12 = {"1.2"};
+  uint32_t const passwordSessionToken = kAuthPassword | kAuthSession | kAuthToken;
+
+  registry["ap"] = {rest_ap_main, all, {session}, kAuthSession};
+  registry["connect"] = {rest_connect_main, since10, {password, session, token}, passwordSessionToken};
+  registry["check"] = {rest_check_main, since10, {session}, kAuthSession};
+  registry["firmware"] = {rest_firmware_main, since10, {session}, kAuthSession};
+  registry["login"] = {rest_login_main, all, {none}, kAuthNone};
+  registry["logout"] = {rest_login_main, since10, {none}, kAuthNone};
+  registry["reboot"] = {rest_reboot_main, since10, {session}, kAuthSession};
+  registry["reset"] = {rest_reset_main, since10, {session}, kAuthSession};
+  registry["reset_image"] = {rest_reset_image_main, since11, {session}, kAuthSession};
+  registry["manage"] = {rest_manage_main, only12, {password, session, token}, passwordSessionToken};
+  registry["services"] = {rest_services_main, only12, {session}, kAuthSession};
+  registry["settings"] = {rest_settings_main, since10, {session}, kAuthSession};
+  registry["setup"] = {rest_setup_main, all, {session}, kAuthSession};
+  registry["snapshot"] = {rest_snapshot_main, since10, {password, session, token}, passwordSessionToken};
+  registry["status"] = {rest_status_main, all, {session}, kAuthSession};
+  registry["support"] = {rest_support_main, since10, {session}, kAuthSession};
+  registry["syslog"] = {rest_syslog_main, since10, {session}, kAuthSession};
+  registry["upgrade"] = {rest_upgrade_main, since10, {session}, kAuthSession};
+  registry["version"] = {rest_version_main, since10, {none}, kAuthNone};
+}
+
+int processRestRequest(std::string const& request) {
+  CGIRequest cgiRequest;
+  CGIResponse response(cgiRequest, "application/json");
+
+  if (cgiRequest.Method() == "OPTIONS") {
+    response.SetHttpHeader("Status", "200");
+    return response.Commit();
+  }
+  response.SetHttpHeader("Status", "500");
+
+  if (request.empty()) {
+    REST_LOG(3, "Empty request string from restful request");
+    return -1;
+  }
+  RestRegistry registry;
+  buildRestRegistry(registry);
+
+  RequestPath path;
+  if (!splitRequest(request, path)) {
+    REST_LOG(3, "Invalid REST request : %s", path.endpoint.c_str());
+    return -1;
+  }
+  auto found = registry.find(path.endpoint);
+  if (found == registry.end()) {
+    REST_LOG(3, "No RESTful service called '%s' is registered", path.endpoint.c_str());
+    return -1;
+  }
+  RestEntry const& entry = found->second;
+  if (path.version == "0.1") REST_LOG(3, "Version 0.1 is deprecated.");
+  if (std::find(entry.versions.begin(), entry.versions.end(), path.version) ==
+      entry.versions.end()) {
+    REST_LOG(3, "Endpoint '%s' doesn't support version '%s'", path.endpoint.c_str(),
+             path.version.c_str());
+    return -1;
+  }
+  for (RestAuthenticator authenticate : entry.authenticators) {
+    if (authenticate(cgiRequest, response, path.version, path.endpoint, path.rest)) {
+      return entry.handler(cgiRequest, response, path.version, path.endpoint, path.rest);
+    }
+  }
+  logInternal("orvo_cgi", kModule, "authenticate", __LINE__, 6, 0, 0,
+              "No way to authenticate the request: Method '%s', remote addr '%s'",
+              cgiRequest.Method().c_str(), cgiRequest.RemoteAddress().c_str());
+  REST_LOG(3, "Not yet authenticated to process '%s' request", path.endpoint.c_str());
+  response.SetHttpHeader("Status", "401");
+  return -1;
+}
