@@ -1,0 +1,9 @@
+// Warnings of the bus library: level 4, tag "orvo_ipc". Problems of peers
+// (garbled frames, unknown answers, lost connections) are tolerated and only
+// logged, never fatal.
+#pragma once
+
+#include "orvo/log.h"
+
+#define ORVO_BUS_WARN(function, ...) \
+  logInternal("orvo_ipc", "platform/ipc", (function), __LINE__, 4, 0, 0, __VA_ARGS__)
