@@ -19,6 +19,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace orvo {
@@ -47,6 +48,14 @@ enum VariantType : uint32_t {
 // Named limits of the JSON reader.
 constexpr std::size_t kMaxJsonDepth = 512;             // nesting of arrays/objects
 constexpr std::size_t kMaxJsonFileBytes = 16u << 20;   // FromJSONFile refuses larger files
+// operator[](long) grows an array to at most this many elements, so a wild
+// index cannot exhaust memory.
+constexpr long kMaxArrayGrowIndex = 1L << 20;
+
+// Whether a value with tag `tag` passes the test for `kind`: VT_ANY passes
+// everything, any number tag means "any number", VT_EMPTY only itself, and
+// every other kind the mask test (tag & kind) == kind.
+bool TagPasses(VariantType tag, VariantType kind);
 
 class Variant {
  public:
@@ -60,8 +69,11 @@ class Variant {
   Variant(Variant&& other) noexcept;
   virtual ~Variant();
 
-  // Releases the value, leaving an empty Variant.
+  // Releases the value, leaving an empty Variant. Deeply nested values are
+  // released without recursion.
   void Free();
+  // Becomes JSON null.
+  void SetNull();
   // false: becomes an empty object; true: becomes an empty array.
   void IsArray(bool array);
 
@@ -75,9 +87,20 @@ class Variant {
   Variant& operator[](std::string const& key);
   // Array element by index. The non-const form turns a non-array into an
   // array and grows it to reach the index; the const form returns a shared
-  // empty value for anything out of range.
+  // empty value for anything out of range. A negative index, or one beyond
+  // kMaxArrayGrowIndex, yields a scratch value whose writes are discarded.
   Variant& operator[](long index);
   Variant const& operator[](long index) const;
+  // Any other integer type: without these, v[0] is ambiguous between the
+  // index and the key overloads (0 is also a null pointer constant).
+  template <typename Index, typename = std::enable_if_t<std::is_integral<Index>::value>>
+  Variant& operator[](Index index) {
+    return (*this)[static_cast<long>(index)];
+  }
+  template <typename Index, typename = std::enable_if_t<std::is_integral<Index>::value>>
+  Variant const& operator[](Index index) const {
+    return (*this)[static_cast<long>(index)];
+  }
   // Appends to an array (a non-array becomes an empty array first).
   Variant& PushBack(Variant const& value);
 
@@ -124,9 +147,11 @@ class Variant {
   bool operator!=(Variant const& other) const { return !(*this == other); }
 
   // Member named by a "/"-separated key path, if every step exists and the
-  // last value's tag passes `type` (VT_ANY: every tag). With `ignoreCase`
-  // true, each step matches a key regardless of ASCII case (the first such
-  // key in byte order wins when several do).
+  // last value's tag passes `type` (TagPasses; VT_ANY: every tag). With
+  // `ignoreCase` true, each step matches a key regardless of ASCII case (the
+  // first such key in byte order wins when several do). Empty steps are
+  // skipped, so a path without steps names the value itself. A step into an
+  // array is a decimal index ("ports/0/name").
   Variant* GetKeyChain(VariantType type, char const* path, bool ignoreCase);
   Variant* GetKeyChain(VariantType type, std::string const& path, bool ignoreCase);
   Variant const* GetKeyChain(VariantType type, char const* path, bool ignoreCase) const;
@@ -135,9 +160,11 @@ class Variant {
 
   // Member count of an object, element count of an array, 0 otherwise.
   std::size_t KeysCount() const;
+  // Member count of an object (keys that are strings), 0 otherwise.
   std::size_t StringKeysCount() const;
-  // Removes a member. With `isPath` true the key is a "/"-separated path and
-  // the last step is removed from its parent. Returns whether one was removed.
+  // Removes a member. With `isPath` true the key is a "/"-separated path
+  // (steps as in GetKeyChain, exact case) and the last step is removed from
+  // its parent, an array element included. Returns whether one was removed.
   bool RemoveValue(std::string const& key, bool isPath);
 
   // Iteration over an object's members; an empty range for other types.
@@ -149,20 +176,39 @@ class Variant {
   Array const& Elements() const;
 
   // Strict RFC 8259 parse with UTF-8 validation and a bounded depth. On
-  // failure the Variant is left empty and false is returned.
+  // failure the Variant is left empty and false is returned. Integers that
+  // fit int64 become VT_INT64, larger ones VT_UINT64, all other numbers
+  // VT_DOUBLE; duplicate keys: the last one wins. File paths are used as
+  // given (callers map device paths through orvo::utils::devicePath).
   bool FromJSON(std::string const& text);
   bool FromJSON(char const* text, std::size_t length);
   bool FromJSONFile(std::string const& path);
   // Compact when `styled` is false, indented otherwise. A time value is
-  // written as an ISO 8601 UTC string with microseconds; an empty value as null.
+  // written as an ISO 8601 UTC string with microseconds; an empty value and a
+  // non-finite double as null; a double always with a fraction or exponent
+  // ("1.0") so it reads back as a double; invalid UTF-8 in strings and keys
+  // as U+FFFD, so the output is always valid JSON.
   bool ToJSON(std::string& out, bool styled) const;
   // Writes atomically: a temporary file in the same folder, fsync, rename.
+  // The file keeps the mode of the one it replaces; a new file is 0600.
   bool ToJSONFile(std::string const& path, bool styled) const;
-  // Printable form of a scalar ("" for containers and empty values).
+  // Printable form of a scalar ("" for containers and empty values, "null"
+  // for null, a time value in ISO 8601 as in ToJSON).
   std::string ToString() const;
 
  private:
   void Reset(VariantType type);
+  void Swap(Variant& other) noexcept;
+  // Copies type, scalar and string; a container becomes an empty one.
+  void CopyShallow(Variant const& other);
+  // Moves every child that holds a container out to a work list and
+  // releases it there, so destruction depth never follows nesting depth.
+  void ReleaseNestedIteratively();
+  bool ShallowEquals(Variant const& other) const;
+  // The child named by one path step, or null.
+  Variant const* Step(char const* step, std::size_t length, bool ignoreCase) const;
+  template <typename Number>
+  Number ReadNumber() const;
 
   VariantType type_ = VT_EMPTY;
   union {

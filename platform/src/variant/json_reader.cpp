@@ -1,0 +1,119 @@
+// JSON text to Variant. RapidJSON's iterative SAX reader does the strict
+// RFC 8259 parse (its own state stack lives on the heap); our handler builds
+// the value with an explicit stack of open containers and refuses nesting
+// beyond kMaxJsonDepth, so no input can exhaust the call stack.
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "orvo/variant/variant.h"
+#include "utf8.h"
+
+namespace orvo {
+namespace variant {
+
+namespace {
+
+constexpr unsigned kReaderFlags = rapidjson::kParseIterativeFlag |
+                                  rapidjson::kParseValidateEncodingFlag |
+                                  rapidjson::kParseFullPrecisionFlag;
+
+class VariantBuilder {
+ public:
+  explicit VariantBuilder(Variant& root) : root_(root) {}
+
+  bool Null() {
+    Variant* slot = NextSlot();
+    slot->SetNull();
+    return true;
+  }
+  bool Bool(bool value) { return Store(value); }
+  bool Int(int value) { return Store(static_cast<long long>(value)); }
+  bool Uint(unsigned value) { return Store(static_cast<long long>(value)); }
+  bool Int64(int64_t value) { return Store(static_cast<long long>(value)); }
+  bool Uint64(uint64_t value) {
+    // Integers keep int64 when they fit, so most of them share one tag.
+    if (value <= static_cast<uint64_t>(std::numeric_limits<long long>::max())) {
+      return Store(static_cast<long long>(value));
+    }
+    return Store(static_cast<unsigned long long>(value));
+  }
+  bool Double(double value) { return Store(value); }
+  bool RawNumber(char const*, rapidjson::SizeType, bool) { return false; }  // not enabled
+  bool String(char const* text, rapidjson::SizeType length, bool) {
+    // The reader checks raw bytes; escapes such as a lone "\uDC00" decode to
+    // invalid UTF-8 and are refused here.
+    if (!detail::IsValidUtf8(text, length)) return false;
+    *NextSlot() = std::string(text, length);
+    return true;
+  }
+  bool Key(char const* text, rapidjson::SizeType length, bool) {
+    if (!detail::IsValidUtf8(text, length)) return false;
+    key_.assign(text, length);
+    return true;
+  }
+  bool StartObject() { return Open(false); }
+  bool EndObject(rapidjson::SizeType) { return Close(); }
+  bool StartArray() { return Open(true); }
+  bool EndArray(rapidjson::SizeType) { return Close(); }
+
+ private:
+  // Where the next value goes: the root, the end of the open array, or the
+  // open object's member named by the last key (an earlier duplicate is
+  // simply overwritten).
+  Variant* NextSlot() {
+    if (open_.empty()) return &root_;
+    Variant* container = open_.back();
+    if (container->Type() == VT_ARRAY) return &container->PushBack(Variant());
+    return &(*container)[key_];
+  }
+
+  template <typename Value>
+  bool Store(Value value) {
+    *NextSlot() = value;
+    return true;
+  }
+
+  bool Open(bool array) {
+    if (open_.size() >= kMaxJsonDepth) return false;
+    Variant* slot = NextSlot();
+    slot->IsArray(array);
+    open_.push_back(slot);  // stays valid: only the innermost container grows
+    return true;
+  }
+
+  bool Close() {
+    open_.pop_back();
+    return true;
+  }
+
+  Variant& root_;
+  std::vector<Variant*> open_;
+  std::string key_;
+};
+
+}  // namespace
+
+bool Variant::FromJSON(char const* text, std::size_t length) {
+  Variant parsed;
+  // A raw NUL byte is never valid JSON, but the reader takes it for the end
+  // of input and would accept "1\0junk".
+  bool ok = text != nullptr && std::memchr(text, '\0', length) == nullptr;
+  if (ok) {
+    rapidjson::MemoryStream stream(text, length);
+    VariantBuilder builder(parsed);
+    rapidjson::Reader reader;
+    ok = !reader.Parse<kReaderFlags>(stream, builder).IsError();
+  }
+  if (!ok) parsed.Free();
+  Swap(parsed);
+  return ok;
+}
+
+bool Variant::FromJSON(std::string const& text) { return FromJSON(text.data(), text.size()); }
+
+}  // namespace variant
+}  // namespace orvo
