@@ -1,0 +1,180 @@
+// Requests and batches against real daemon processes: matching of answers,
+// parallelism, and every time limit.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bus_test_support.h"
+#include "orvo/ipc/blocking_ipc_handler.h"
+
+using bustest::Daemon;
+using bustest::nowMs;
+using orvo::ipc::BlockingIpcHandler;
+using orvo::ipc::messages::BaseRequestMessage;
+using orvo::variant::Variant;
+
+namespace {
+
+// How far a measured time may stray from a limit on this machine.
+constexpr int64_t kSlackMs = 20;
+
+BaseRequestMessage request(std::string const& tag, bool responseExpected = true) {
+  BaseRequestMessage message;
+  message["functionName"] = "Probe";
+  message["tag"] = tag;
+  message["responseExpected"] = responseExpected;
+  return message;
+}
+
+std::string echoed(Variant& answer, char const* key) {
+  Variant* value = answer.GetKeyChain(orvo::variant::VT_STRING, std::string("echo/") + key, false);
+  return value ? static_cast<std::string const&>(*value) : std::string("(missing)");
+}
+
+class Batch : public ::testing::Test {
+ protected:
+  void SetUp() override { bustest::cameraRoot(); }
+};
+
+}  // namespace
+
+TEST_F(Batch, AnswerIsMatchedToItsRequestAndCarriesTheHeader) {
+  std::string const name = bustest::uniqueName("orvo_osd");
+  Daemon daemon(name, "echo", 50);
+  ASSERT_TRUE(daemon.waitListening());
+  BlockingIpcHandler bus("rest_test.1");
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage message = request("first");
+  ASSERT_TRUE(bus.sendRequest(name, message));
+  EXPECT_TRUE(bus.waitAllRequestsSent(1000));
+  EXPECT_TRUE(bus.waitAllResponsesReceived(1000));
+  EXPECT_TRUE(bus.allRequestsSucceed());
+
+  Variant answer = bus.getResponseOrEmpty(message.id());
+  EXPECT_EQ(echoed(answer, "tag"), "first");
+  EXPECT_EQ(echoed(answer, "from"), "rest_test.1");
+  EXPECT_EQ(echoed(answer, "to"), name);
+  EXPECT_EQ(static_cast<std::string const&>(answer["from"]), name);
+  EXPECT_EQ(static_cast<std::string const&>(answer["to"]), "rest_test.1");
+  EXPECT_EQ(static_cast<unsigned long>(answer["id"]), message.id());
+  EXPECT_GE(bus.getLatency(message.id()), 45ul);
+  EXPECT_LT(bus.getLatency(message.id()), 50ul + kSlackMs);
+}
+
+TEST_F(Batch, UnknownIdsGiveEmptyAnswersAndNoLatency) {
+  BlockingIpcHandler bus("rest_test.2");
+  ASSERT_TRUE(bus.init());
+  EXPECT_TRUE(bus.getResponseOrEmpty(12345).IsEmpty());
+  EXPECT_EQ(bus.getLatency(12345), 0ul);
+  EXPECT_TRUE(bus.allRequestsSucceed());
+}
+
+TEST_F(Batch, ElevenRequestsToSlowDaemonsRunInParallel) {
+  std::vector<std::string> const bases{"orvo_ispserver", "orvo_streamer", "orvo_osd",
+                                       "orvo_nvr",       "orvo_analytics", "orvo_sounds_leds",
+                                       "orvo_networkd",  "orvo_networkd",  "orvo_ctlserver",
+                                       "orvo_ctlserver", "orvo_avclient"};
+  std::vector<std::unique_ptr<Daemon>> daemons;
+  std::vector<std::string> destinations;
+  for (auto const& base : bases) {
+    if (!destinations.empty() && destinations.back().rfind(base, 0) == 0) {
+      destinations.push_back(destinations.back());  // second request to the same daemon
+      continue;
+    }
+    destinations.push_back(bustest::uniqueName(base));
+    daemons.push_back(std::make_unique<Daemon>(destinations.back(), "echo", 300));
+  }
+  for (auto& daemon : daemons) ASSERT_TRUE(daemon->waitListening());
+
+  BlockingIpcHandler bus("rest_settings_get.3");
+  ASSERT_TRUE(bus.init());
+  std::vector<BaseRequestMessage> messages;
+  for (std::size_t i = 0; i < destinations.size(); ++i) messages.push_back(request("r" + std::to_string(i)));
+  int64_t const start = nowMs();
+  for (std::size_t i = 0; i < destinations.size(); ++i) ASSERT_TRUE(bus.sendRequest(destinations[i], messages[i]));
+  EXPECT_TRUE(bus.waitAllRequestsSent(5000));
+  EXPECT_TRUE(bus.waitAllResponsesReceived(5000));
+  int64_t const elapsed = nowMs() - start;
+  EXPECT_GE(elapsed, 295);
+  EXPECT_LT(elapsed, 600);
+  EXPECT_TRUE(bus.allRequestsSucceed());
+  for (std::size_t i = 0; i < messages.size(); ++i) {
+    Variant answer = bus.getResponseOrEmpty(messages[i].id());
+    EXPECT_EQ(echoed(answer, "tag"), "r" + std::to_string(i));
+    EXPECT_EQ(static_cast<std::string const&>(answer["servedBy"]), destinations[i]);
+  }
+}
+
+TEST_F(Batch, SilentDaemonFailsTheWaitExactlyAtItsLimit) {
+  std::string const name = bustest::uniqueName("orvo_nvr");
+  Daemon daemon(name, "silent");
+  ASSERT_TRUE(daemon.waitListening());
+  BlockingIpcHandler bus("rest_test.4");
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage message = request("quiet");
+  ASSERT_TRUE(bus.sendRequest(name, message));
+  EXPECT_TRUE(bus.waitAllRequestsSent(1000));
+  int64_t const start = nowMs();
+  EXPECT_FALSE(bus.waitAllResponsesReceived(250));
+  int64_t const elapsed = nowMs() - start;
+  EXPECT_GE(elapsed, 250);
+  EXPECT_LE(elapsed, 250 + kSlackMs);
+  EXPECT_FALSE(bus.allRequestsSucceed());
+  EXPECT_TRUE(bus.getResponseOrEmpty(message.id()).IsEmpty());
+  EXPECT_EQ(daemon.received().size(), 1u);
+}
+
+TEST_F(Batch, OneSilentDaemonDoesNotHideTheOthersAnswers) {
+  std::string const quiet = bustest::uniqueName("orvo_nvr");
+  std::string const talker = bustest::uniqueName("orvo_osd");
+  Daemon silent(quiet, "silent");
+  Daemon echo(talker, "echo", 20);
+  ASSERT_TRUE(silent.waitListening());
+  ASSERT_TRUE(echo.waitListening());
+  BlockingIpcHandler bus("rest_test.5");
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage toQuiet = request("a");
+  BaseRequestMessage toTalker = request("b");
+  ASSERT_TRUE(bus.sendRequest(quiet, toQuiet));
+  ASSERT_TRUE(bus.sendRequest(talker, toTalker));
+  EXPECT_FALSE(bus.waitAllResponsesReceived(200));
+  Variant answer = bus.getResponseOrEmpty(toTalker.id());
+  EXPECT_EQ(echoed(answer, "tag"), "b");
+  EXPECT_TRUE(bus.getResponseOrEmpty(toQuiet.id()).IsEmpty());
+}
+
+TEST_F(Batch, MessageWithoutExpectedAnswerIsDoneOnceSent) {
+  std::string const name = bustest::uniqueName("orvo_ctlserver");
+  Daemon daemon(name, "silent");
+  ASSERT_TRUE(daemon.waitListening());
+  BlockingIpcHandler bus("rest_test.6");
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage message = request("fire", false);
+  ASSERT_TRUE(bus.sendRequest(name, message));
+  int64_t const start = nowMs();
+  EXPECT_TRUE(bus.waitAllResponsesReceived(1000));
+  EXPECT_LT(nowMs() - start, 10);
+  EXPECT_TRUE(bus.allRequestsSucceed());
+}
+
+TEST_F(Batch, SameIdTwiceInOneBatchIsRefused) {
+  std::string const name = bustest::uniqueName("orvo_osd");
+  Daemon daemon(name, "echo");
+  ASSERT_TRUE(daemon.waitListening());
+  BlockingIpcHandler bus("rest_test.7");
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage message = request("twice");
+  ASSERT_TRUE(bus.sendRequest(name, message));
+  EXPECT_FALSE(bus.sendRequest(name, message));
+}
+
+TEST_F(Batch, InvalidNamesAreRefused) {
+  BlockingIpcHandler invalid("../escape");
+  EXPECT_FALSE(invalid.init());
+  BlockingIpcHandler bus("rest_test.8");
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage message = request("x");
+  EXPECT_FALSE(bus.sendRequest("no/such", message));
+}

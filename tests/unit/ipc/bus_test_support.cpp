@@ -1,0 +1,119 @@
+#include "bus_test_support.h"
+
+#include <ftw.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+#include "orvo/ipc/bus.h"
+
+namespace bustest {
+
+namespace {
+
+constexpr int kListenWaitMs = 5000;
+
+int removeEntry(char const* path, struct stat const*, int, FTW*) { return remove(path); }
+
+struct RootHolder {
+  std::string path;
+  pid_t owner = getpid();
+  RootHolder() {
+    std::string pattern = std::string(ORVO_BINARY_DIR) + "/ipc-root-XXXXXX";
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+    path = pattern;
+    // The logger appends to <root>/var/log/messages but creates no folders.
+    mkdir((path + "/var").c_str(), 0755);
+    mkdir((path + "/var/log").c_str(), 0755);
+    setenv("ORVO_ROOT", path.c_str(), 1);
+  }
+  ~RootHolder() {
+    if (getpid() == owner) nftw(path.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
+  }
+};
+
+std::vector<std::string> readLines(std::string const& path) {
+  std::vector<std::string> lines;
+  std::ifstream in(path);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+}  // namespace
+
+std::string const& cameraRoot() {
+  static RootHolder const root;
+  return root.path;
+}
+
+int64_t nowMs() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+Daemon::Daemon(std::string name, std::string mode, int latencyMs, int startDelayMs)
+    : name_(std::move(name)) {
+  cameraRoot();
+  std::string const latency = std::to_string(latencyMs);
+  std::string const delay = std::to_string(startDelayMs);
+  pid_ = fork();
+  if (pid_ == 0) {
+    execl(IPC_TEST_DAEMON, IPC_TEST_DAEMON, name_.c_str(), mode.c_str(), latency.c_str(),
+          delay.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+  }
+}
+
+Daemon::~Daemon() {
+  if (pid_ <= 0) return;
+  kill(pid_, SIGTERM);
+  waitpid(pid_, nullptr, 0);
+}
+
+bool Daemon::waitListening() const {
+  std::string const path = orvo::ipc::socketPathFor(name_);
+  for (int64_t start = nowMs(); nowMs() - start < kListenWaitMs; usleep(2000)) {
+    // The file appears at bind(), a moment before listen(): connect to be sure.
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    bool const connected =
+        connect(fd, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0;
+    close(fd);
+    if (connected) return true;
+    if (!alive()) return false;
+  }
+  return false;
+}
+
+std::vector<std::string> Daemon::received() const {
+  return readLines(cameraRoot() + "/received/" + name_);
+}
+
+bool Daemon::alive() const { return pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) == 0; }
+
+std::vector<std::string> logLinesWith(std::string const& text) {
+  std::vector<std::string> matches;
+  for (auto const& line : readLines(cameraRoot() + "/var/log/messages")) {
+    if (line.find(text) != std::string::npos) matches.push_back(line);
+  }
+  return matches;
+}
+
+std::string uniqueName(std::string const& base) {
+  static int counter = 0;
+  return base + "_" + std::to_string(++counter);
+}
+
+}  // namespace bustest

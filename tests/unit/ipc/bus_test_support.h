@@ -1,0 +1,45 @@
+// Shared by the bus tests: one temporary camera root per test program, test
+// daemons as real processes, and readers for what they and the logger wrote.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace bustest {
+
+// Creates the camera root under the build folder and points ORVO_ROOT at it;
+// idempotent. Removed when the test program exits.
+std::string const& cameraRoot();
+
+// Monotonic milliseconds, for measuring time limits.
+int64_t nowMs();
+
+// A test daemon process (see ipc_test_daemon.cpp for the modes).
+class Daemon {
+ public:
+  Daemon(std::string name, std::string mode, int latencyMs = 0, int startDelayMs = 0);
+  ~Daemon();
+  Daemon(Daemon const&) = delete;
+  Daemon& operator=(Daemon const&) = delete;
+
+  // Waits until the daemon accepts connections (at most 5 s).
+  bool waitListening() const;
+  // The requests it received so far, one JSON text each.
+  std::vector<std::string> received() const;
+  bool alive() const;
+
+ private:
+  std::string name_;
+  pid_t pid_ = -1;
+};
+
+// The lines of <root>/var/log/messages that contain `text`.
+std::vector<std::string> logLinesWith(std::string const& text);
+
+// A bus name unique within this test program ("<base>_<n>").
+std::string uniqueName(std::string const& base);
+
+}  // namespace bustest
