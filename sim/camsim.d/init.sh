@@ -27,5 +27,6 @@ cmd_init() {
     rm -rf -- "$root"
   fi
   make_camera_folders "$root"
+  device_init "$root"
   echo "camera root: $root"
 }
