@@ -1,0 +1,103 @@
+// The management client: whether a controller adopted the camera, and which.
+// Its public view is also the file /etc/avclient_state.json that the status
+// document shows as "controller".
+#include <cstdio>
+#include <random>
+
+#include "daemon_names.h"
+#include "daemon_table.h"
+#include "message_shapes.h"
+#include "orvo/utils/paths.h"
+#include "state_store.h"
+
+namespace orvo {
+namespace sim {
+
+using orvo::variant::Variant;
+
+namespace {
+
+constexpr char kStateFolder[] = "/etc";
+constexpr char kStateFile[] = "/etc/avclient_state.json";
+constexpr char const* kPublicKeys[] = {"adopted", "state", "protocol", "hosts", "host", "uuid"};
+
+// The token stays inside the daemon.
+Variant publicView(Variant& state) {
+  Variant view;
+  view.IsArray(false);
+  for (char const* key : kPublicKeys) view[key] = state[key];
+  return view;
+}
+
+std::string randomUuid() {
+  std::random_device source;
+  unsigned char bytes[16];
+  for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(source());
+  bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0f) | 0x40);  // version 4
+  bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3f) | 0x80);  // RFC 4122 variant
+  char text[37];
+  std::snprintf(text, sizeof text,
+                "%02x%02x%02x%02x-%02x%02x-%02x%02x-%02x%02x-%02x%02x%02x%02x%02x%02x",
+                bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7],
+                bytes[8], bytes[9], bytes[10], bytes[11], bytes[12], bytes[13], bytes[14],
+                bytes[15]);
+  return text;
+}
+
+// Changes the state and republishes it; answers with the public view.
+template <typename Change>
+Variant changeState(std::string const& daemon, Change change) {
+  Variant answer;
+  bool const stored = updateState(daemon, [&](Variant& state) {
+    change(state);
+    answer = publicView(state);
+    return true;
+  });
+  if (!stored || !publishAvclientState()) {
+    return errorAnswer("cannot store the state of " + daemon);
+  }
+  return answer;
+}
+
+}  // namespace
+
+bool publishAvclientState() {
+  Variant state;
+  if (!readState(kAvclientDaemon, state)) return false;
+  return makeFolders(orvo::utils::devicePath(kStateFolder)) &&
+         publicView(state).ToJSONFile(orvo::utils::devicePath(kStateFile), false);
+}
+
+Variant avclientState(std::string const& daemon, Variant const&) {
+  Variant state;
+  if (!readState(daemon, state)) return errorAnswer("cannot read the state of " + daemon);
+  return publicView(state);
+}
+
+Variant adopt(std::string const& daemon, Variant const& request) {
+  Variant fields;
+  normalizedFields("Adopt", request, fields);
+  return changeState(daemon, [&fields](Variant& state) {
+    Variant const& hosts = fields["hosts"];
+    state["adopted"] = true;
+    state["state"] = "connecting";
+    state["protocol"] = stringMember(fields, "protocol");
+    state["hosts"] = hosts;
+    state["host"] = hosts.KeysCount() > 0 ? hosts[0].ToString() : std::string();
+    state["token"] = stringMember(fields, "token");
+    if (stringMember(state, "uuid").empty()) state["uuid"] = randomUuid();
+  });
+}
+
+// Ends the wait for the controller: an adopted camera connects now.
+Variant cancelWait(std::string const& daemon, Variant const&) {
+  return changeState(daemon, [](Variant& state) {
+    state["connectRequests"] = static_cast<long>(state["connectRequests"]) + 1;
+    bool const adopted = state.GetKeyChain(orvo::variant::VT_BOOL, "adopted", false) != nullptr &&
+                         state["adopted"].AsBool();
+    state["state"] = adopted ? "connected" : "waiting";
+  });
+}
+
+}  // namespace sim
+}  // namespace orvo

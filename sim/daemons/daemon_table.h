@@ -1,0 +1,66 @@
+// Which daemon answers which function, and how. One row per (daemon,
+// function): the table reads like the routing table of the bus.
+#pragma once
+
+#include <string>
+
+#include "orvo/variant/variant.h"
+
+namespace orvo {
+namespace sim {
+
+// Applies one request to the daemon's state and returns the answer.
+using Handler = orvo::variant::Variant (*)(std::string const& daemon,
+                                           orvo::variant::Variant const& request);
+
+struct FunctionEntry {
+  char const* daemon;
+  char const* functionName;
+  Handler handler;
+};
+
+// The answer of `daemon` to `request`: the handler's, or an error answer when
+// the daemon does not serve the request's "functionName". Never throws.
+orvo::variant::Variant handleRequest(std::string const& daemon,
+                                     orvo::variant::Variant const& request);
+
+// The string member `key` of `value`, "" when absent or not a string.
+std::string stringMember(orvo::variant::Variant const& value, char const* key);
+
+// {"error": text}: the one shape of every refusal.
+orvo::variant::Variant errorAnswer(std::string const& text);
+
+// Handlers (settings_handlers.cpp, network_handlers.cpp, ctl_handlers.cpp,
+// avclient_handlers.cpp).
+orvo::variant::Variant changeSettings(std::string const& daemon,
+                                      orvo::variant::Variant const& request);
+orvo::variant::Variant resetIspSettings(std::string const& daemon,
+                                        orvo::variant::Variant const& request);
+orvo::variant::Variant networkStatus(std::string const& daemon,
+                                     orvo::variant::Variant const& request);
+orvo::variant::Variant changeNetworkSettings(std::string const& daemon,
+                                             orvo::variant::Variant const& request);
+orvo::variant::Variant scanAccessPoints(std::string const& daemon,
+                                        orvo::variant::Variant const& request);
+orvo::variant::Variant startOrStopService(std::string const& daemon,
+                                          orvo::variant::Variant const& request);
+orvo::variant::Variant resetToDefaults(std::string const& daemon,
+                                       orvo::variant::Variant const& request);
+orvo::variant::Variant changeDeviceSettings(std::string const& daemon,
+                                            orvo::variant::Variant const& request);
+orvo::variant::Variant changeUsernamePassword(std::string const& daemon,
+                                              orvo::variant::Variant const& request);
+orvo::variant::Variant avclientState(std::string const& daemon,
+                                     orvo::variant::Variant const& request);
+orvo::variant::Variant adopt(std::string const& daemon, orvo::variant::Variant const& request);
+orvo::variant::Variant cancelWait(std::string const& daemon,
+                                  orvo::variant::Variant const& request);
+
+// Writes the management client's public state to /etc/avclient_state.json.
+bool publishAvclientState();
+
+// The wired/wireless status the network daemon reports for its state.
+orvo::variant::Variant composeNetworkStatus(orvo::variant::Variant const& state);
+
+}  // namespace sim
+}  // namespace orvo

@@ -1,0 +1,85 @@
+// The network daemon: wired link with DHCP or static addressing, optional
+// wireless association, and a wireless scan. State sections: "settings"
+// (ChangeNetworkSettings' shape), "link", "lease", "accessPoints".
+#include "daemon_table.h"
+#include "state_store.h"
+
+namespace orvo {
+namespace sim {
+
+using orvo::variant::Variant;
+
+namespace {
+
+// Transmit power a station reports, in dBm.
+constexpr unsigned kStationTxPowerDbm = 20;
+
+Variant const& member(Variant const& value, char const* path) {
+  static Variant const missing;
+  Variant const* found = value.GetKeyChain(orvo::variant::VT_ANY, path, false);
+  return found != nullptr ? *found : missing;
+}
+
+void copyMembers(Variant& to, Variant const& from) {
+  for (auto it = from.str_begin(); it != from.str_end(); ++it) to[it->first] = it->second;
+}
+
+// Static addressing when DHCP is switched off ("dhcp"."status" 0).
+void addAddressing(Variant& status, Variant const& settings, Variant const& lease) {
+  if (static_cast<int>(member(settings, "dhcp/status")) != 0) {
+    status["mode"] = "dhcp";
+    copyMembers(status, lease);
+    return;
+  }
+  status["mode"] = "static";
+  status["ipAddress"] = stringMember(member(settings, "statik"), "ip");
+  status["networkMask"] = stringMember(member(settings, "statik"), "netmask");
+  status["gateway"] = stringMember(member(settings, "routes"), "gateway");
+  bool const nameServerSet = static_cast<int>(member(settings, "dns/ns1/status")) == 1;
+  status["dnsServer"] = nameServerSet ? stringMember(member(settings, "dns/ns1"), "ip") : "";
+  status["dhcpLeaseTime"] = 0u;
+}
+
+// Associated when the configured network is among the visible ones.
+void addWireless(Variant& status, Variant const& settings, Variant const& accessPoints) {
+  std::string const ssid = stringMember(member(settings, "wifi"), "ssid");
+  status["wlanMode"] = "disabled";
+  if (ssid.empty()) return;
+  for (Variant const& ap : accessPoints.Elements()) {
+    if (stringMember(ap, "essid") != ssid) continue;
+    status["wlanMode"] = "station";
+    copyMembers(status, ap);
+    status.RemoveValue("auth", false);
+    status["txpower"] = kStationTxPowerDbm;
+    return;
+  }
+}
+
+}  // namespace
+
+Variant composeNetworkStatus(Variant const& state) {
+  Variant status;
+  status.IsArray(false);
+  copyMembers(status, member(state, "link"));
+  addAddressing(status, member(state, "settings"), member(state, "lease"));
+  addWireless(status, member(state, "settings"), member(state, "accessPoints"));
+  return status;
+}
+
+Variant networkStatus(std::string const& daemon, Variant const&) {
+  Variant state;
+  if (!readState(daemon, state)) return errorAnswer("cannot read the state of " + daemon);
+  return composeNetworkStatus(state);
+}
+
+// The answer must be an object on the bus: the list goes under "accessPoints".
+Variant scanAccessPoints(std::string const& daemon, Variant const&) {
+  Variant state;
+  if (!readState(daemon, state)) return errorAnswer("cannot read the state of " + daemon);
+  Variant answer;
+  answer["accessPoints"] = member(state, "accessPoints");
+  return answer;
+}
+
+}  // namespace sim
+}  // namespace orvo

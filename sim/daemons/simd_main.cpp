@@ -1,0 +1,114 @@
+// orvo_simd: the simulated camera daemons and their test controls. ORVO_ROOT
+// names the camera root.
+//   orvo_simd serve DAEMON                   serve one daemon until TERM/INT
+//   orvo_simd state DAEMON                   print the daemon's state
+//   orvo_simd ctl DAEMON latency MS          hold every answer back MS ms
+//   orvo_simd ctl DAEMON silent on|off       take requests, never answer
+//   orvo_simd reset                          every daemon back to defaults
+#include <signal.h>
+#include <syslog.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "daemon_names.h"
+#include "daemon_table.h"
+#include "orvo/log.h"
+#include "sim_daemon.h"
+#include "state_store.h"
+
+namespace {
+
+using orvo::sim::DaemonControls;
+
+volatile std::sig_atomic_t stopRequested = 0;
+
+void onStopSignal(int) { stopRequested = 1; }
+
+int usage() {
+  std::fputs(
+      "usage: orvo_simd serve DAEMON | state DAEMON | ctl DAEMON latency MS |\n"
+      "       orvo_simd ctl DAEMON silent on|off | reset\n",
+      stderr);
+  return 2;
+}
+
+int serve(std::string const& daemon) {
+  openlog(daemon.c_str(), LOG_PID, LOG_LOCAL0);
+  setLogFpSts(0);
+  // No SA_RESTART: the signal ends the bus wait at once.
+  struct sigaction action {};
+  action.sa_handler = onStopSignal;
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGINT, &action, nullptr);
+  signal(SIGPIPE, SIG_IGN);
+  orvo::variant::Variant state;
+  if (!orvo::sim::readState(daemon, state)) {
+    std::fprintf(stderr, "orvo_simd: cannot create the state of %s\n", daemon.c_str());
+    return 1;
+  }
+  if (daemon == orvo::sim::kAvclientDaemon) orvo::sim::publishAvclientState();
+  orvo::sim::SimDaemon server(daemon);
+  if (!server.listen()) {
+    std::fprintf(stderr, "orvo_simd: %s cannot listen on the bus\n", daemon.c_str());
+    return 1;
+  }
+  server.run(stopRequested);
+  return 0;
+}
+
+int printState(std::string const& daemon) {
+  orvo::variant::Variant state;
+  std::string text;
+  if (!orvo::sim::readState(daemon, state) || !state.ToJSON(text, true)) return 1;
+  std::printf("%s\n", text.c_str());
+  return 0;
+}
+
+bool parseLatency(char const* text, unsigned& ms) {
+  char* end = nullptr;
+  unsigned long const value = std::strtoul(text, &end, 10);
+  if (*text < '0' || *text > '9' || *end != '\0' || value > orvo::sim::kMaxLatencyMs) return false;
+  ms = static_cast<unsigned>(value);
+  return true;
+}
+
+int control(std::string const& daemon, std::string const& what, char const* value) {
+  DaemonControls controls = orvo::sim::readControls(daemon);
+  if (what == "latency") {
+    if (!parseLatency(value, controls.latencyMs)) {
+      std::fprintf(stderr, "orvo_simd: latency is 0..%u ms\n", orvo::sim::kMaxLatencyMs);
+      return 2;
+    }
+  } else if (what == "silent" && (std::strcmp(value, "on") == 0 || std::strcmp(value, "off") == 0)) {
+    controls.silent = std::strcmp(value, "on") == 0;
+  } else {
+    return usage();
+  }
+  return orvo::sim::writeControls(daemon, controls) ? 0 : 1;
+}
+
+int resetAll() {
+  orvo::variant::Variant none;
+  orvo::variant::Variant const answer = orvo::sim::resetToDefaults(orvo::sim::kCtlDaemon, none);
+  return answer.GetKeyChain(orvo::variant::VT_ANY, "error", false) == nullptr ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && std::strcmp(argv[1], "reset") == 0) return resetAll();
+  if (argc < 3) return usage();
+  std::string const command = argv[1];
+  std::string const daemon = argv[2];
+  if (!orvo::sim::isDaemonName(daemon)) {
+    std::fprintf(stderr, "orvo_simd: unknown daemon '%s'\n", daemon.c_str());
+    return 2;
+  }
+  if (command == "serve" && argc == 3) return serve(daemon);
+  if (command == "state" && argc == 3) return printState(daemon);
+  if (command == "ctl" && argc == 5) return control(daemon, argv[3], argv[4]);
+  return usage();
+}
