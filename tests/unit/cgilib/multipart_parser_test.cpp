@@ -75,8 +75,10 @@ TEST(MultipartParser, LargeContentPassesThroughAFixedWindow) {
 TEST(MultipartParser, ErrorIsSticky) {
   Recorder recorder;
   cgi_mp_parser* parser = cgi_mp_new("b", &kRecord, &recorder);
-  EXPECT_EQ(cgi_mp_feed(parser, "--b\r\nbad header\r\n", 19), CGI_ERR_MALFORMED);
-  EXPECT_EQ(cgi_mp_feed(parser, "--b--\r\n", 7), CGI_ERR_MALFORMED);
+  std::string bad = "--b\r\nbad header\r\n";
+  std::string closing = "\r\n--b--\r\n";
+  EXPECT_EQ(cgi_mp_feed(parser, bad.data(), bad.size()), CGI_ERR_MALFORMED);
+  EXPECT_EQ(cgi_mp_feed(parser, closing.data(), closing.size()), CGI_ERR_MALFORMED);
   EXPECT_EQ(cgi_mp_finish(parser), CGI_ERR_MALFORMED);
   cgi_mp_free(parser);
 }
