@@ -2,14 +2,12 @@
 // RFC 8259 parse (its own state stack lives on the heap); our handler builds
 // the value with an explicit stack of open containers and refuses nesting
 // beyond kMaxJsonDepth, so no input can exhaust the call stack.
-#include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
-
 #include <cstring>
 #include <limits>
 #include <vector>
 
 #include "orvo/variant/variant.h"
+#include "rapidjson.h"
 #include "utf8.h"
 
 namespace orvo {

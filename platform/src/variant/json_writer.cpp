@@ -1,13 +1,10 @@
 // Variant to JSON text through RapidJSON's writers, walking the tree with an
 // explicit stack of open containers (no recursion, whatever the nesting).
-#include <rapidjson/prettywriter.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <cmath>
 #include <vector>
 
 #include "orvo/variant/variant.h"
+#include "rapidjson.h"
 #include "text_format.h"
 #include "utf8.h"
 
