@@ -74,14 +74,14 @@ start_lighttpd() {  # <port>
   if ! output=$(lighttpd -f "$config" 2>&1); then
     echo "$output" >&2
     show_error_log "$error_log"
-    stop_daemons
+    stop_daemons >&2
     die "up: lighttpd did not start"
   fi
   wait_until_answering "$port" || {
     show_error_log "$error_log"
     local pid
     if pid=$(running_lighttpd_pid); then stop_process "$pid" lighttpd 5; fi
-    stop_daemons
+    stop_daemons >&2
     die "up: no HTTP answer on port $port within ${UP_WAIT_SECONDS}s"
   }
 }

@@ -1,0 +1,130 @@
+// Failed-login accounting and the lockdown, end to end, with the camera's
+// clock moved instead of waiting.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <fstream>
+
+#include "access_support.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+constexpr char kAddr[] = "10.1.2.3";
+
+time_t wallSeconds() {
+  return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+}
+
+void failLogins(CameraRoot const& root, int count) {
+  for (int i = 0; i < count; ++i) {
+    ASSERT_EQ(login(root, credentials("admin", "wrong" + std::to_string(i))).status, "401");
+  }
+}
+
+TEST(AccessLockdown, RecordsCarryUserHostLineTypeAndTime) {
+  CameraRoot root;
+  moveClock(root, "+500");
+  time_t before = wallSeconds() + 500;
+  login(root, credentials("operator", "x"), "0.1", "192.0.2.44");
+  time_t after = wallSeconds() + 500;
+  auto records = readBtmp(root);
+  ASSERT_EQ(records.size(), 1u);
+  utmp const& r = records[0];
+  EXPECT_EQ(r.ut_type, LOGIN_PROCESS);
+  EXPECT_EQ(utmpText(r.ut_user, sizeof r.ut_user), "operator");
+  EXPECT_EQ(utmpText(r.ut_host, sizeof r.ut_host), "192.0.2.44");
+  EXPECT_EQ(utmpText(r.ut_line, sizeof r.ut_line), "cgi:notty");
+  EXPECT_GE(r.ut_tv.tv_sec, before);
+  EXPECT_LE(r.ut_tv.tv_sec, after);
+  EXPECT_EQ(r.ut_tv.tv_usec, 0);
+  EXPECT_EQ(r.ut_pid, 0);
+  EXPECT_EQ(utmpText(r.ut_id, sizeof r.ut_id), "");
+}
+
+TEST(AccessLockdown, AbsentFileIsCreatedByTheFirstFailure) {
+  CameraRoot root;
+  ASSERT_FALSE(std::ifstream(root.file("/var/log/btmp")).good());
+  failLogins(root, 1);
+  EXPECT_EQ(readBtmp(root).size(), 1u);
+}
+
+TEST(AccessLockdown, FailureWithoutUserNameStoresNoname) {
+  CameraRoot root;
+  login(root, "{\"password\":\"admin\"}");
+  auto records = readBtmp(root);
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(utmpText(records[0].ut_user, sizeof records[0].ut_user), "noname");
+}
+
+TEST(AccessLockdown, LongUserNameFillsTheFieldWithoutTerminator) {
+  CameraRoot root;
+  std::string name(40, 'n');
+  login(root, credentials(name, "x"));
+  auto records = readBtmp(root);
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(utmpText(records[0].ut_user, sizeof records[0].ut_user), std::string(32, 'n'));
+}
+
+TEST(AccessLockdown, FifthFailureLocksTheNextLoginOut) {
+  CameraRoot root;
+  failLogins(root, 4);
+  EXPECT_EQ(readBtmp(root).size(), 4u);
+  // The fifth attempt is still checked.
+  failLogins(root, 1);
+  EXPECT_EQ(countLines(root, "Password check failure"), 5u);
+  EXPECT_EQ(readBtmp(root).size(), 5u);
+  // Now even the right password is not looked at.
+  CgiAnswer answer = login(root, credentials("admin", "admin"));
+  EXPECT_EQ(answer.status, "423");
+  EXPECT_EQ(answer.body, "");
+  EXPECT_EQ(answer.exitCode, 0);
+  EXPECT_EQ(countLines(root, "Password check failure"), 5u);
+  EXPECT_EQ(countLines(root, "Authenticate failed"), 5u);
+  EXPECT_EQ(readBtmp(root).size(), 5u);
+  EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest_0_1.db")).good());
+}
+
+TEST(AccessLockdown, StillLockedAt300Seconds) {
+  CameraRoot root;
+  failLogins(root, 5);
+  moveClock(root, "+299");
+  EXPECT_EQ(login(root, credentials("admin", "admin")).status, "423");
+}
+
+TEST(AccessLockdown, CheckedAgainAfter301SecondsAndKeepsSixRecords) {
+  CameraRoot root;
+  failLogins(root, 5);
+  moveClock(root, "+301");
+  EXPECT_EQ(login(root, credentials("admin", "bad")).status, "401");
+  EXPECT_EQ(countLines(root, "Password check failure"), 6u);
+  auto records = readBtmp(root);
+  ASSERT_EQ(records.size(), 6u);
+  // The failure re-arms the lockdown.
+  EXPECT_EQ(login(root, credentials("admin", "admin")).status, "423");
+  // Another window later, one more failure: still six, the oldest dropped.
+  moveClock(root, "+301");
+  EXPECT_EQ(login(root, credentials("last", "bad")).status, "401");
+  auto after = readBtmp(root);
+  ASSERT_EQ(after.size(), 6u);
+  EXPECT_EQ(utmpText(after[5].ut_user, sizeof after[5].ut_user), "last");
+  EXPECT_EQ(std::memcmp(&after[0], &records[1], sizeof(utmp)), 0);
+}
+
+TEST(AccessLockdown, CorrectPasswordAfterTheWindowEmptiesTheFile) {
+  CameraRoot root;
+  failLogins(root, 5);
+  moveClock(root, "+301");
+  CgiAnswer answer = login(root, credentials("admin", "admin"));
+  EXPECT_EQ(answer.status, "200");
+  EXPECT_EQ(readFileText(root.file("/var/log/btmp")), "");
+  // And the endpoint is open again.
+  failLogins(root, 1);
+  EXPECT_EQ(readBtmp(root).size(), 1u);
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo

@@ -1,0 +1,97 @@
+// The request front end through the simulated camera's web server: lighttpd
+// runs rest.cgi as a CGI program, turns its Status header into the HTTP
+// status line and hands ORVO_ROOT to it, so records land in the camera's log.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "harness/http.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr char kVersionBody[] = "{\"version\":\"1.2\"}";
+// lighttpd is on the loopback interface; it reports the client as such.
+constexpr char kLoopback[] = "127.0.0.1";
+
+std::string dispatcherRecord(std::string const& level, std::string const& text) {
+  return "orvo_cgi " + level + " orvo_cgi: src/rest:processRestRequest: " + text;
+}
+
+class FrontEndHttp : public ::testing::Test {
+ protected:
+  SimulatedCamera camera_;
+};
+
+// The CGI's own headers arrive; its Status header became the status line.
+void expectVersionAnswer(HttpResponse const& response) {
+  EXPECT_EQ(response.statusLine, "HTTP/1.1 200 OK");
+  EXPECT_EQ(response.header("Content-Type"), "application/json");
+  EXPECT_EQ(response.header("Content-Length"), std::to_string(sizeof kVersionBody - 1));
+  EXPECT_FALSE(response.header("Status").has_value());
+  EXPECT_EQ(response.body, kVersionBody);
+}
+
+void expectEmpty500(HttpResponse const& response) {
+  EXPECT_EQ(response.statusLine, "HTTP/1.1 500 Internal Server Error");
+  EXPECT_FALSE(response.header("Content-Type").has_value());
+  EXPECT_FALSE(response.header("Status").has_value());
+  EXPECT_EQ(response.body, "");
+}
+
+TEST_F(FrontEndHttp, VersionThroughTheCgiPath) {
+  expectVersionAnswer(camera_.get("/cgi-bin/rest.cgi?id=1.2/version"));
+  EXPECT_THAT(logSummaries(camera_.root()), IsEmpty());
+}
+
+TEST_F(FrontEndHttp, VersionThroughTheApiPath) {
+  expectVersionAnswer(camera_.get("/api/1.2/version"));
+  EXPECT_THAT(logSummaries(camera_.root()), IsEmpty());
+}
+
+TEST_F(FrontEndHttp, ApiPathKeepsAFurtherQuery) {
+  // /api/1.2/version?a=b is ?id=1.2/version&a=b: the request string runs to the end.
+  expectEmpty500(camera_.get("/api/1.2/version?a=b"));
+  EXPECT_THAT(logSummaries(camera_.root()),
+              ElementsAre(dispatcherRecord("err", "No RESTful service called 'version&a=b' is registered")));
+}
+
+TEST_F(FrontEndHttp, UnknownEndpointAnswers500AndIsLoggedInTheRoot) {
+  expectEmpty500(camera_.get("/cgi-bin/rest.cgi?id=1.2/foo"));
+  EXPECT_THAT(logSummaries(camera_.root()),
+              ElementsAre(dispatcherRecord("err", "No RESTful service called 'foo' is registered")));
+}
+
+TEST_F(FrontEndHttp, PostToVersionAnswers500) {
+  expectEmpty500(camera_.request({"POST", "/api/1.2/version", {"Content-Type: text/plain"}, "x=1"}));
+  EXPECT_THAT(logSummaries(camera_.root()),
+              ElementsAre("rest_version err orvo_cgi: src/rest_version:rest_version_main: "
+                          "Cannot process POST request"));
+}
+
+TEST_F(FrontEndHttp, OptionsAnswers200WithoutBody) {
+  HttpResponse response = camera_.request({"OPTIONS", "/api/1.2/status", {}, {}});
+  EXPECT_EQ(response.statusLine, "HTTP/1.1 200 OK");
+  EXPECT_FALSE(response.header("Content-Type").has_value());
+  EXPECT_EQ(response.body, "");
+  EXPECT_THAT(logSummaries(camera_.root()),
+              ElementsAre("orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Unsupported method 'OPTIONS'"));
+}
+
+TEST_F(FrontEndHttp, UnauthenticatedRequestAnswers401WithTheClientAddress) {
+  HttpResponse response = camera_.get("/api/1.2/status");
+  EXPECT_EQ(response.statusLine, "HTTP/1.1 401 Unauthorized");
+  EXPECT_EQ(response.body, "");
+  EXPECT_THAT(logSummaries(camera_.root()),
+              ElementsAre("orvo_cgi info orvo_cgi: src/rest:authenticate: No way to authenticate the "
+                          "request: Method 'GET', remote addr '" +
+                              std::string(kLoopback) + "'",
+                          dispatcherRecord("err", "Not yet authenticated to process 'status' request")));
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo
