@@ -5,6 +5,7 @@
 
 bool AuthenticateNone(CGIRequest const& request, CGIResponse& response, std::string const& version,
                       std::string const& endpoint, std::string const& rest);
+// The password authenticator of the registry: PasswordAuthentication(request).
 bool AuthenticateByPassword(CGIRequest const& request, CGIResponse& response,
                             std::string const& version, std::string const& endpoint,
                             std::string const& rest);
@@ -15,7 +16,13 @@ bool AuthenticateBySession(CGIRequest const& request, CGIResponse& response,
                            std::string const& version, std::string const& endpoint,
                            std::string const& rest);
 
+// "username" and "password" of the JSON body against the account; a success
+// empties the failed-login file.
 bool PasswordAuthentication(CGIRequest const& request);
+// "authToken" of the JSON body against the camera's token; a success empties
+// the failed-login file.
 bool AuthTokenAuthentication(CGIRequest const& request);
+// The "authId" cookie against the session database and REMOTE_ADDR.
 bool AuthenticateByUUID(CGIRequest const& request, CGIResponse& response);
+// Whether the A/V client says a controller has adopted the camera.
 bool isAdopted();

@@ -1,5 +1,5 @@
-describe_command init "init [--root DIR] [--force]" \
-  "create a fresh camera root (--force: recreate it)"
+describe_command init "init [--root DIR] [--force] [--user U] [--password P]" \
+  "create a fresh camera root (--force: recreate it; account admin/admin by default)"
 
 cmd_init() {
   take_root "$@"
@@ -8,6 +8,7 @@ cmd_init() {
   while [ $# -gt 0 ]; do
     case "$1" in
       --force) force=true ;;
+      --user|--password) account_option "$1" "${2:-}"; shift ;;
       *) die "init: unknown option '$1'" ;;
     esac
     shift
@@ -27,6 +28,7 @@ cmd_init() {
     rm -rf -- "$root"
   fi
   make_camera_folders "$root"
+  init_account "$root"
   device_init "$root"
   echo "camera root: $root"
 }

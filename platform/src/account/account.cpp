@@ -1,0 +1,188 @@
+// The account store: reading and replacing the account and token files, and
+// the checks against them.
+#include <crypt.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "orvo/utils/account.h"
+#include "orvo/utils/paths.h"
+
+namespace orvo {
+namespace utils {
+
+namespace {
+
+// New hashes use SHA-512 crypt with the library's default cost: strong
+// enough for a camera's one account and cheap enough for a CGI start.
+constexpr char kHashScheme[] = "$6$";
+constexpr char kAccountFolder[] = "/etc/orvo";
+
+// Reads at most `limit` bytes; more than that is refused (errno EFBIG).
+int readSmallFile(std::string const& path, std::size_t limit, std::string& text) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return -1;
+  std::string data;
+  char buffer[512];
+  for (;;) {
+    ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) break;
+    if (n == 0) {
+      ::close(fd);
+      text = data;
+      return 0;
+    }
+    data.append(buffer, static_cast<std::size_t>(n));
+    if (data.size() > limit) {
+      errno = EFBIG;
+      break;
+    }
+  }
+  int err = errno;
+  ::close(fd);
+  errno = err;
+  return -1;
+}
+
+bool writeAll(int fd, std::string const& text) {
+  std::size_t done = 0;
+  while (done < text.size()) {
+    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+// Replaces the file whole (temporary file, fsync, rename), mode 0600: a
+// reader sees the old content or the new, never a part.
+int replaceFile(std::string const& devicePathName, std::string const& text) {
+  ::mkdir(devicePath("/etc").c_str(), 0755);
+  ::mkdir(devicePath(kAccountFolder).c_str(), 0755);
+  std::string target = devicePath(devicePathName);
+  std::string temp = target + ".XXXXXX";
+  int fd = ::mkstemp(&temp[0]);
+  if (fd < 0) return -1;
+  bool ok = writeAll(fd, text) && ::fsync(fd) == 0;
+  int err = errno;
+  if (::close(fd) != 0 && ok) {
+    ok = false;
+    err = errno;
+  }
+  if (ok && ::rename(temp.c_str(), target.c_str()) == 0) return 0;
+  if (ok) err = errno;
+  ::unlink(temp.c_str());
+  errno = err;
+  return -1;
+}
+
+// crypt(3) of `password` with the setting (scheme and salt) of `setting`;
+// "" on failure. crypt_data is large: kept off the stack.
+std::string hashWith(std::string const& password, std::string const& setting) {
+  auto data = std::make_unique<crypt_data>();
+  char const* out = crypt_r(password.c_str(), setting.c_str(), data.get());
+  // libxcrypt marks failure with a hash starting with '*'.
+  if (!out || out[0] != '$') return "";
+  return out;
+}
+
+std::string newHash(std::string const& password) {
+  char setting[CRYPT_GENSALT_OUTPUT_SIZE];
+  if (!crypt_gensalt_rn(kHashScheme, 0, nullptr, 0, setting, sizeof setting)) return "";
+  return hashWith(password, setting);
+}
+
+int readAccount(AccountRecord& record) {
+  std::string text;
+  if (readSmallFile(devicePath(kAccountFile), kMaxAccountFileBytes, text) != 0) return -1;
+  if (!parseAccountRecord(text, record)) {
+    errno = EINVAL;
+    return -1;
+  }
+  return 0;
+}
+
+bool acceptableCredentials(std::string const& user, std::string const& password) {
+  AccountRecord probe{user, "$x"};
+  std::string line = formatAccountRecord(probe);
+  return parseAccountRecord(line, probe) && !password.empty() &&
+         password.size() <= kMaxPasswordLength && password.find('\0') == std::string::npos;
+}
+
+}  // namespace
+
+int authenticatePassword(std::string const& user, std::string const& password, bool& ok) {
+  ok = false;
+  AccountRecord account;
+  if (readAccount(account) != 0) return -1;
+  if (password.size() > kMaxPasswordLength || password.find('\0') != std::string::npos) {
+    return 0;
+  }
+  // The hash is computed whatever the user name, so a wrong name costs the
+  // same time as a wrong password.
+  std::string hash = hashWith(password, account.hash);
+  bool userMatches = constantTimeEquals(user, account.user);
+  bool passwordMatches = !hash.empty() && constantTimeEquals(hash, account.hash);
+  ok = userMatches && passwordMatches;
+  return 0;
+}
+
+int authenticateToken(std::string const& token, bool& ok) {
+  ok = false;
+  std::string stored;
+  if (readSmallFile(devicePath(kAuthTokenFile), kMaxAuthTokenLength + 1, stored) != 0) {
+    // No token file: there is no token to match, which is a verdict.
+    return errno == ENOENT ? 0 : -1;
+  }
+  if (!stored.empty() && stored.back() == '\n') stored.pop_back();
+  if (stored.empty() || token.empty() || token.size() > kMaxAuthTokenLength) return 0;
+  ok = constantTimeEquals(token, stored);
+  return 0;
+}
+
+int setAccount(std::string const& user, std::string const& password) {
+  if (!acceptableCredentials(user, password)) {
+    errno = EINVAL;
+    return -1;
+  }
+  std::string hash = newHash(password);
+  if (hash.empty()) return -1;
+  return replaceFile(kAccountFile, formatAccountRecord({user, hash}));
+}
+
+int setAuthToken(std::string const& token) {
+  if (token.empty()) {
+    int rc = ::unlink(devicePath(kAuthTokenFile).c_str());
+    return (rc == 0 || errno == ENOENT) ? 0 : -1;
+  }
+  if (token.size() > kMaxAuthTokenLength || token.find_first_of(std::string("\n\0", 2)) !=
+                                                   std::string::npos) {
+    errno = EINVAL;
+    return -1;
+  }
+  return replaceFile(kAuthTokenFile, token + "\n");
+}
+
+PasswordChange changePassword(std::string const& oldUser, std::string const& oldPassword,
+                              std::string const& newUser, std::string const& newPassword) {
+  AccountRecord account;
+  if (readAccount(account) != 0) return PasswordChange::kStoreFailed;
+  bool ok = false;
+  std::string const checkedUser = oldUser.empty() ? account.user : oldUser;
+  if (authenticatePassword(checkedUser, oldPassword, ok) != 0) return PasswordChange::kStoreFailed;
+  if (!ok) return PasswordChange::kRefused;
+  std::string const user = newUser.empty() ? account.user : newUser;
+  if (!acceptableCredentials(user, newPassword)) return PasswordChange::kRefused;
+  return setAccount(user, newPassword) == 0 ? PasswordChange::kChanged
+                                            : PasswordChange::kStoreFailed;
+}
+
+}  // namespace utils
+}  // namespace orvo

@@ -1,0 +1,135 @@
+#include "btmp.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "orvo/log.h"
+#include "orvo/utils/clock.h"
+#include "orvo/utils/paths.h"
+#include "session_db.h"
+
+namespace rest_access {
+
+namespace {
+
+constexpr char kModule[] = "src/rest_login";
+
+// Copies at most `limit` bytes (and never more than the field holds); a
+// text that fills the field stays without terminator, as utmp allows.
+template <std::size_t N>
+void copyField(char (&field)[N], std::string const& text, std::size_t limit) {
+  std::size_t n = limit < N ? limit : N;
+  std::strncpy(field, text.c_str(), n);
+}
+
+std::string btmpPath() { return orvo::utils::devicePath(kBtmpPath); }
+
+bool selectBtmp(char const* function) {
+  if (utmpname(btmpPath().c_str()) == 0) return true;
+  logInternal("orvo_cgi", kModule, function, __LINE__, 3, errno, 0, "Failed to set btmp path");
+  return false;
+}
+
+std::string requestUser(orvo::cgi::CGIRequest const& request) {
+  auto const* user = request.Json().GetKeyChain(orvo::variant::VT_STRING, "username", false);
+  return user ? static_cast<std::string const&>(*user) : std::string(kUnknownUser);
+}
+
+}  // namespace
+
+struct utmp makeFailedLoginRecord(std::string const& user, std::string const& host,
+                                  time_t seconds) {
+  struct utmp record;
+  std::memset(&record, 0, sizeof record);
+  record.ut_type = LOGIN_PROCESS;
+  copyField(record.ut_line, kFailedLoginLine, kLineCopyLimit);
+  copyField(record.ut_user, user, kUserCopyLimit);
+  copyField(record.ut_host, host, kHostCopyLimit);
+  record.ut_tv.tv_sec = static_cast<decltype(record.ut_tv.tv_sec)>(seconds);
+  return record;
+}
+
+int EntriesInUTmp() {
+  if (!selectBtmp("EntriesInUTmp")) return 0;
+  int count = 0;
+  setutent();
+  while (getutent() != nullptr) ++count;
+  endutent();
+  return count;
+}
+
+bool InLockdownPeriod(int count) {
+  if (!selectBtmp("InLockdownPeriod")) return false;
+  setutent();
+  struct utmp newest;
+  std::memset(&newest, 0, sizeof newest);
+  for (int i = 0; i < count; ++i) {
+    struct utmp* record = getutent();
+    if (record == nullptr) {
+      logInternal("orvo_cgi", kModule, "InLockdownPeriod", __LINE__, 3, errno, 0,
+                  "Failed to getutent");
+      endutent();
+      return false;
+    }
+    newest = *record;
+  }
+  time_t now = orvo::utils::moment();
+  endutent();
+  long long age = static_cast<long long>(now) - static_cast<long long>(newest.ut_tv.tv_sec);
+  return age <= static_cast<long long>(kLockdownWindowSeconds);
+}
+
+bool loginLockedDown() {
+  int count = EntriesInUTmp();
+  return count >= kLockdownThreshold && InLockdownPeriod(count);
+}
+
+void appendEntry(orvo::cgi::CGIRequest const& request) {
+  struct utmp entry =
+      makeFailedLoginRecord(requestUser(request), request.RemoteAddress(), orvo::utils::moment());
+  std::string temp = btmpPath() + "-XXXXXX";
+  int fd = mkstemp(&temp[0]);
+  if (fd < 0) {
+    logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 3, errno, 0, "Failed to mkstemp");
+    return;
+  }
+  if (close(fd) != 0) {
+    logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 3, errno, 0, "Failed to close");
+    return;
+  }
+  int existing = EntriesInUTmp();
+  if (!selectBtmp("appendEntry")) {
+    unlink(temp.c_str());
+    return;
+  }
+  setutent();
+  for (int skip = existing - kKeptFailedLogins; skip > 0; --skip) {
+    if (getutent() == nullptr) {
+      logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 4, 0, 0, "Failed to getutent");
+      break;
+    }
+  }
+  while (struct utmp* record = getutent()) updwtmp(temp.c_str(), record);
+  updwtmp(temp.c_str(), &entry);
+  std::string target = btmpPath();
+  if (rename(temp.c_str(), target.c_str()) != 0) {
+    logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 4, errno, 0,
+                "Failed to rename '%s' to '%s'", temp.c_str(), kBtmpPath);
+  }
+  endutent();
+}
+
+void clearFailedLogins(char const* module, char const* function) {
+  std::string path = btmpPath();
+  if (!fileExists(path, false)) return;
+  if (truncate(path.c_str(), 0) != 0) {
+    logInternal("orvo_cgi", module, function, __LINE__, 4, errno, 0, "Failed to truncate '%s'",
+                kBtmpPath);
+  }
+}
+
+}  // namespace rest_access

@@ -1,0 +1,212 @@
+// The "login" and "logout" endpoints: sessions in the session database, the
+// "authId" cookie, the status document as the login answer, and failed
+// logins recorded for the lockdown.
+#include <errno.h>
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <ctime>
+
+#include "btmp.h"
+#include "handlers.h"
+#include "login_cookie.h"
+#include "orvo/log.h"
+#include "orvo/utils/clock.h"
+#include "orvo/utils/mutex.h"
+#include "orvo/utils/paths.h"
+#include "orvo/utils/random.h"
+#include "rest_auth.h"
+#include "rest_status.h"
+#include "session_db.h"
+
+using orvo::variant::Variant;
+
+namespace {
+
+constexpr char kModule[] = "src/rest_login";
+
+#define LOGIN_LOG(function, level, err, ...) \
+  logInternal("orvo_cgi", kModule, (function), __LINE__, (level), (err), 0, __VA_ARGS__)
+
+std::string sessionDbPath() { return orvo::utils::devicePath(rest_access::kSessionDbPath); }
+
+// An empty database file, so the first login has something to read.
+bool createEmptyDb(std::string const& path) {
+  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
+  if (fd < 0) return false;
+  ::close(fd);
+  return true;
+}
+
+// Stores a new session for this request's address; its identifier in `id`.
+bool CreateSession(CGIRequest const& request, std::string& id) {
+  char const* const fn = "CreateSession";
+  std::string const& address = request.RemoteAddress();
+  if (address.empty()) {
+    LOGIN_LOG(fn, 3, 0, "IP address is missing");
+    return false;
+  }
+  Variant record = rest_access::makeSessionRecord(address, orvo::utils::nowMs());
+  std::string newId = orvo::utils::randomAlphaNumericString("", rest_access::kSessionIdLength);
+  if (newId.empty()) {
+    LOGIN_LOG(fn, 3, 0, "Incorrent UUID generated");
+    return false;
+  }
+  InterProcessMutex mutex(rest_access::kSessionDbMutex, true);
+  if (mutex.acquire() != 0) {
+    LOGIN_LOG(fn, 3, 0, "Failed to acquire db mutex");
+    return false;
+  }
+  std::string const path = sessionDbPath();
+  if (!rest_access::fileExists(path, true) && !createEmptyDb(path)) {
+    LOGIN_LOG(fn, 3, errno, "Failed to create authDB");
+    return false;
+  }
+  Variant db;
+  if (!rest_access::readSessionDb(path, db)) {
+    LOGIN_LOG(fn, 3, 0, "Failed to read auth database");
+    return false;
+  }
+  rest_access::pruneExpiredSessions(db, orvo::utils::nowMs());
+  db[newId] = record;
+  if (!rest_access::writeSessionDb(path, db)) {
+    LOGIN_LOG(fn, 3, 0, "Failed to save auth database");
+    return false;
+  }
+  if (mutex.release() != 0) {
+    LOGIN_LOG(fn, 3, 0, "Failed to release db lock");
+    return false;
+  }
+  id = newId;
+  return true;
+}
+
+// The login answer: the status document of the request's API version.
+bool PrepareContent(CGIRequest const& request, std::string const& version, std::string& json) {
+  Variant document;
+  bool built = version == "0.1" ? RestGetStatus_0_1(document) : RestGetStatus(request, document);
+  if (!built) {
+    LOGIN_LOG("PrepareContent", 3, 0, "Failed to get status");
+    return false;
+  }
+  if (!document.ToJSON(json, false)) {
+    LOGIN_LOG("PrepareContent", 3, 0, "Failed to convert data to JSON format");
+    return false;
+  }
+  return true;
+}
+
+bool PrepareCookie(std::string const& id, std::string& cookie) {
+  char const* const fn = "PrepareCookie";
+  time_t now = ::time(nullptr);
+  if (now == static_cast<time_t>(-1)) {
+    LOGIN_LOG(fn, 3, errno, "Failed to get time");
+    return false;
+  }
+  std::string expires;
+  switch (rest_access::formatCookieExpiry(now + rest_access::kCookieMaxAgeSeconds, expires)) {
+    case rest_access::ExpiryFormat::kOk:
+      break;
+    case rest_access::ExpiryFormat::kCalendarFailed:
+      LOGIN_LOG(fn, 3, errno, "Failed to convert calendar time");
+      return false;
+    case rest_access::ExpiryFormat::kFormatFailed:
+      LOGIN_LOG(fn, 3, 0, "Failed to format datetime");
+      return false;
+  }
+  cookie = rest_access::sessionCookie(id, expires);
+  return true;
+}
+
+int Login(CGIRequest const& request, CGIResponse& response, std::string const& version,
+          std::string const& endpoint, std::string const& rest) {
+  // A lockdown refuses before any credential is looked at, and is not
+  // itself recorded, so it ends a window after the last real failure.
+  if (rest_access::loginLockedDown()) {
+    response.SetHttpHeader("Status", "423");
+    return response.Commit();
+  }
+  bool hasToken = request.HasAuthToken();
+  auto const& body = request.Json();
+  bool hasPassword = body.GetKeyChain(orvo::variant::VT_STRING, "username", false) &&
+                     body.GetKeyChain(orvo::variant::VT_STRING, "password", false);
+  bool authenticated = false;
+  if (hasToken) {
+    authenticated = AuthenticateByAuthToken(request, response, version, endpoint, rest);
+  } else if (hasPassword) {
+    authenticated = PasswordAuthentication(request);
+  }
+  if (!authenticated) {
+    LOGIN_LOG("Login", 6, 0, "Authenticate failed");
+    LOGIN_LOG("Login", 6, 0, "method '%s', remote addr '%s'", request.Method().c_str(),
+              request.RemoteAddress().c_str());
+    rest_access::appendEntry(request);
+    response.SetHttpHeader("Status", "401");
+    return response.Commit();
+  }
+  std::string id;
+  if (!CreateSession(request, id)) return response.Commit();
+  std::string json;
+  if (!PrepareContent(request, version, json)) return response.Commit();
+  std::string cookie;
+  if (!PrepareCookie(id, cookie)) return response.Commit();
+  response.SetHttpHeader("Status", "200");
+  response.SetHttpHeader("Set-Cookie", cookie);
+  response.body << json;
+  return response.Commit();
+}
+
+// Ends the session named by the cookie, from whatever address.
+int Logout(CGIRequest const& request, CGIResponse& response) {
+  char const* const fn = "Logout";
+  std::string const& id = request.CookieValueByName("authId");
+  if (id.empty()) {
+    LOGIN_LOG(fn, 3, 0, "IP address and/or uuid cookie is empty");
+    return 0;
+  }
+  InterProcessMutex mutex(rest_access::kSessionDbMutex, true);
+  if (mutex.acquire() != 0) {
+    LOGIN_LOG(fn, 3, 0, "Failed to acquire db mutex");
+    return 0;
+  }
+  std::string const path = sessionDbPath();
+  Variant db;
+  if (!rest_access::readSessionDb(path, db)) {
+    LOGIN_LOG(fn, 3, 0, "Failed to read auth database");
+    return 0;
+  }
+  if (!rest_access::findSession(db, id)) {
+    LOGIN_LOG(fn, 3, 0, "No record for UUID '%s' found", id.c_str());
+    return 0;
+  }
+  db.RemoveValue(id, false);
+  if (!rest_access::writeSessionDb(path, db)) {
+    LOGIN_LOG(fn, 3, 0, "Failed to save auth database");
+    return -1;
+  }
+  if (mutex.release() != 0) {
+    LOGIN_LOG(fn, 3, 0, "Failed to release db mutex");
+    return 0;
+  }
+  response.SetHttpHeader("Status", "200");
+  return response.Commit();
+}
+
+}  // namespace
+
+ORVO_REST_HANDLER(rest_login_main) {
+  openlog("rest_login", LOG_PID, LOG_LOCAL0);
+  setLogFpSts(0);
+  std::string const method = request.Method();
+  if (method != "POST") {
+    LOGIN_LOG("rest_login_main", 3, 0, "Cannot process '%s' request", method.c_str());
+    return -1;
+  }
+  if (endpoint == "login") return Login(request, response, version, endpoint, rest);
+  if (endpoint == "logout") return Logout(request, response);
+  LOGIN_LOG("rest_login_main", 3, 0, "Unknown service '%s' passed to login/logout handler",
+            endpoint.c_str());
+  return -1;
+}

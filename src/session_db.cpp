@@ -1,0 +1,107 @@
+#include "session_db.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <vector>
+
+using orvo::variant::Variant;
+
+namespace rest_access {
+
+namespace {
+
+bool isBlank(std::string const& text) {
+  return text.find_first_not_of(" \t\r\n") == std::string::npos;
+}
+
+// Bounded read of a whole file.
+bool readFile(std::string const& path, std::string& text) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  std::string data;
+  char buffer[4096];
+  bool ok = true;
+  for (;;) {
+    ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      ok = n == 0;
+      break;
+    }
+    data.append(buffer, static_cast<std::size_t>(n));
+    if (data.size() > kMaxSessionDbBytes) {
+      ok = false;
+      break;
+    }
+  }
+  ::close(fd);
+  if (ok) text.swap(data);
+  return ok;
+}
+
+}  // namespace
+
+bool parseSessionDb(std::string const& text, Variant& db) {
+  if (text.size() > kMaxSessionDbBytes) return false;
+  Variant parsed;
+  if (!isBlank(text) && !parsed.FromJSON(text)) return false;
+  if (parsed.Type() != orvo::variant::VT_OBJECT) parsed.IsArray(false);
+  db = std::move(parsed);
+  return true;
+}
+
+bool readSessionDb(std::string const& path, Variant& db) {
+  std::string text;
+  return readFile(path, text) && parseSessionDb(text, db);
+}
+
+bool writeSessionDb(std::string const& path, Variant const& db) {
+  return db.ToJSONFile(path, true);
+}
+
+Variant const* findSession(Variant const& db, std::string const& id) {
+  for (auto it = db.str_begin(); it != db.str_end(); ++it) {
+    if (it->first == id) return &it->second;
+  }
+  return nullptr;
+}
+
+Variant makeSessionRecord(std::string const& remoteAddr, uint64_t nowMs) {
+  Variant record;
+  record[kRemoteAddrKey] = remoteAddr;
+  record[kMaxAgeKey] = static_cast<unsigned long long>(nowMs + kSessionLifetimeMs);
+  return record;
+}
+
+std::size_t pruneExpiredSessions(Variant& db, uint64_t nowMs) {
+  if (db.Type() != orvo::variant::VT_OBJECT || db.KeysCount() == 0) return 0;
+  std::vector<std::string> expired;
+  for (auto it = db.str_begin(); it != db.str_end(); ++it) {
+    Variant const* maxAge = it->second.GetKeyChain(orvo::variant::VT_ANY, kMaxAgeKey, false);
+    unsigned long expiry = maxAge ? static_cast<unsigned long>(*maxAge) : 0;
+    if (expiry < nowMs) expired.push_back(it->first);
+  }
+  for (auto const& id : expired) db.RemoveValue(id, false);
+  return expired.size();
+}
+
+SessionCheck checkSession(Variant const& db, std::string const& id,
+                          std::string const& remoteAddr, std::string& storedAddr) {
+  Variant const* record = findSession(db, id);
+  if (!record) return SessionCheck::kNoRecord;
+  Variant const* addr = record->GetKeyChain(orvo::variant::VT_STRING, kRemoteAddrKey, false);
+  storedAddr = addr ? static_cast<std::string const&>(*addr) : std::string();
+  if (storedAddr.empty()) return SessionCheck::kEmptyAddress;
+  return storedAddr == remoteAddr ? SessionCheck::kAccepted : SessionCheck::kAddressMismatch;
+}
+
+bool fileExists(std::string const& path, bool regularOnly) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return false;
+  return !regularOnly || S_ISREG(info.st_mode);
+}
+
+}  // namespace rest_access
