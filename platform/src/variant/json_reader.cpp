@@ -3,10 +3,10 @@
 // the value with an explicit stack of open containers and refuses nesting
 // beyond kMaxJsonDepth, so no input can exhaust the call stack.
 #include <cstring>
-#include <limits>
 #include <vector>
 
 #include "orvo/variant/variant.h"
+#include "json_number.h"
 #include "rapidjson.h"
 #include "utf8.h"
 
@@ -15,9 +15,12 @@ namespace variant {
 
 namespace {
 
+// Full precision is kept for the record: with numbers handed over as text,
+// the conversion is ours and always exact or correctly rounded.
 constexpr unsigned kReaderFlags = rapidjson::kParseIterativeFlag |
                                   rapidjson::kParseValidateEncodingFlag |
-                                  rapidjson::kParseFullPrecisionFlag;
+                                  rapidjson::kParseFullPrecisionFlag |
+                                  rapidjson::kParseNumbersAsStringsFlag;
 
 class VariantBuilder {
  public:
@@ -29,18 +32,15 @@ class VariantBuilder {
     return true;
   }
   bool Bool(bool value) { return Store(value); }
-  bool Int(int value) { return Store(static_cast<long long>(value)); }
-  bool Uint(unsigned value) { return Store(static_cast<long long>(value)); }
-  bool Int64(int64_t value) { return Store(static_cast<long long>(value)); }
-  bool Uint64(uint64_t value) {
-    // Integers keep int64 when they fit, so most of them share one tag.
-    if (value <= static_cast<uint64_t>(std::numeric_limits<long long>::max())) {
-      return Store(static_cast<long long>(value));
-    }
-    return Store(static_cast<unsigned long long>(value));
+  // Numbers arrive as text (kParseNumbersAsStringsFlag), see json_number.h.
+  bool Int(int) { return false; }
+  bool Uint(unsigned) { return false; }
+  bool Int64(int64_t) { return false; }
+  bool Uint64(uint64_t) { return false; }
+  bool Double(double) { return false; }
+  bool RawNumber(char const* text, rapidjson::SizeType length, bool) {
+    return detail::NumberFromText(text, length, *NextSlot());
   }
-  bool Double(double value) { return Store(value); }
-  bool RawNumber(char const*, rapidjson::SizeType, bool) { return false; }  // not enabled
   bool String(char const* text, rapidjson::SizeType length, bool) {
     // The reader checks raw bytes; escapes such as a lone "\uDC00" decode to
     // invalid UTF-8 and are refused here.

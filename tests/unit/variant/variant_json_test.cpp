@@ -72,6 +72,27 @@ TEST(VariantJsonRead, DoublesAreCorrectlyRounded) {
   EXPECT_EQ(v[5].AsDouble(), std::numeric_limits<double>::denorm_min());
 }
 
+TEST(VariantJsonRead, NumbersBeyondTheRanges) {
+  Variant v = Parse("[123.456e-789,-1e-400,0.0000001e-330,1844674407370955161577,-0,0e-99999,"
+                    "-18446744073709551616,4.9e-324]");
+  EXPECT_EQ(v[0].Type(), vt::VT_DOUBLE);
+  EXPECT_EQ(v[0].AsDouble(), 0.0);  // too small for a double: zero
+  EXPECT_FALSE(std::signbit(v[0].AsDouble()));
+  EXPECT_EQ(v[1].AsDouble(), 0.0);
+  EXPECT_TRUE(std::signbit(v[1].AsDouble()));  // with its sign
+  EXPECT_EQ(v[2].AsDouble(), 0.0);
+  EXPECT_EQ(v[3].AsDouble(), 1844674407370955161577.0);
+  EXPECT_EQ(v[4].Type(), vt::VT_INT64);
+  EXPECT_EQ(v[5].AsDouble(), 0.0);
+  EXPECT_EQ(v[6].AsDouble(), -18446744073709551616.0);
+  EXPECT_EQ(v[7].AsDouble(), std::numeric_limits<double>::denorm_min());
+  Variant refused;
+  EXPECT_FALSE(refused.FromJSON("[1e400]"));  // too large for a double
+  EXPECT_FALSE(refused.FromJSON("[-123e99999999999999999999]"));
+  EXPECT_FALSE(refused.FromJSON("[100000000000000000000e290]"));
+  EXPECT_TRUE(refused.IsEmpty());
+}
+
 TEST(VariantJsonRead, StringsWithEscapesAndNulBytes) {
   Variant v = Parse(R"(["a\u0000b","\"\\\/\b\f\n\r\t","\u00e9\ud83d\ude00","é"])");
   EXPECT_EQ(static_cast<std::string const&>(v[0]), std::string("a\0b", 3));
