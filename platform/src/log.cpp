@@ -74,7 +74,8 @@ extern "C" void logInternal(const char* tag, const char* file, const char* funct
   char text[kMaxRecord];
   va_list args;
   va_start(args, format);
-  vsnprintf(text, sizeof text, format ? format : "", args);
+  text[0] = '\0';
+  if (format) vsnprintf(text, sizeof text, format, args);
   va_end(args);
 
   char record[kMaxRecord];
@@ -85,8 +86,10 @@ extern "C" void logInternal(const char* tag, const char* file, const char* funct
     char const* message = strerror_r(err, buffer, sizeof buffer);
     snprintf(errorText, sizeof errorText, " (errno %d: %s)", err, message);
   }
-  snprintf(record, sizeof record, "%s: %s:%s:%d: %s%s", tag ? tag : "", file ? file : "",
-           function ? function : "", line, text, errorText);
+  // A record longer than the buffer is cut; the return value says by how much.
+  int length = snprintf(record, sizeof record, "%s: %s:%s:%d: %s%s", tag ? tag : "",
+                        file ? file : "", function ? function : "", line, text, errorText);
+  if (length < 0) return;
 
   int priority = (level >= 0 && level <= 7) ? level : LOG_DEBUG;
   syslog(priority, "%s", record);
