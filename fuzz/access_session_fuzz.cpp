@@ -1,0 +1,67 @@
+// Fuzzes what access control reads from outside: the first input line is
+// the Cookie header, the rest the session database text (and, on its own,
+// an account file). The database must read back the same after being
+// written, and the session check must never crash on any record shape.
+#include <stdlib.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "orvo/utils/account.h"
+#include "orvo_cgi.h"
+#include "session_db.h"
+
+namespace {
+
+void checkDatabase(std::string const& text, std::string const& id) {
+  orvo::variant::Variant db;
+  if (!rest_access::parseSessionDb(text, db)) return;
+  std::string stored;
+  rest_access::checkSession(db, id, "10.0.0.1", stored);
+  rest_access::pruneExpiredSessions(db, 1700000000000ull);
+  std::string written;
+  if (!db.ToJSON(written, true)) abort();
+  orvo::variant::Variant again;
+  if (!rest_access::parseSessionDb(written, again)) abort();
+  if (!(again == db)) abort();
+}
+
+void checkAccount(std::string const& text) {
+  orvo::utils::AccountRecord record;
+  if (!orvo::utils::parseAccountRecord(text, record)) return;
+  orvo::utils::AccountRecord again;
+  if (!orvo::utils::parseAccountRecord(orvo::utils::formatAccountRecord(record), again)) abort();
+  if (again.user != record.user || again.hash != record.hash) abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* bytes, size_t size) {
+  std::string input(reinterpret_cast<char const*>(bytes), size);
+  std::size_t newline = input.find('\n');
+  std::string cookie = input.substr(0, newline);
+  std::string rest = newline == std::string::npos ? "" : input.substr(newline + 1);
+
+  // A GET reads nothing from standard input: only the environment.
+  setenv("REQUEST_METHOD", "GET", 1);
+  unsetenv("QUERY_STRING");
+  if (cookie.find('\0') == std::string::npos) {
+    setenv("HTTP_COOKIE", cookie.c_str(), 1);
+  } else {
+    unsetenv("HTTP_COOKIE");
+  }
+  std::string id;
+  {
+    orvo::cgi::CGIRequest request;
+    id = request.CookieValueByName("authId");
+    // The response releases the library handle; its output is not wanted.
+    FILE* quiet = freopen("/dev/null", "w", stdout);
+    (void)quiet;
+    orvo::cgi::CGIResponse response(request);
+  }
+  checkDatabase(rest, id);
+  checkAccount(rest);
+  return 0;
+}
