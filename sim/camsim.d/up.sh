@@ -19,6 +19,8 @@ cmd_up() {
   done
   [[ $port =~ ^[0-9]+$ ]] && [ "$port" -ge 1 ] && [ "$port" -le 65535 ] ||
     die "up: invalid port '$port'"
+  # The root is pasted into the configuration's quoted strings.
+  [[ $CAMSIM_ROOT != *[\"\\#\&]* ]] || die "up: the root path may not hold quotes, backslashes, # or &"
 
   local pid
   if pid=$(running_lighttpd_pid); then
@@ -36,6 +38,8 @@ cmd_up() {
   if [ ! -d "$CAMSIM_ROOT" ] || [ -z "$(ls -A -- "$CAMSIM_ROOT")" ]; then
     cmd_init --root "$CAMSIM_ROOT" >/dev/null
   fi
+  # Never scatter the device's folders into a directory init did not make.
+  is_camera_root "$CAMSIM_ROOT" || die "up: $CAMSIM_ROOT is not a camera root (./camsim init)"
   make_camera_folders "$CAMSIM_ROOT"
 
   start_daemons
@@ -62,8 +66,6 @@ start_lighttpd() {  # <port>
   local port=$1 dir
   dir=$(lighttpd_dir)
   local config="$dir/lighttpd.conf" error_log="$dir/error.log"
-  # The root is pasted into the configuration's quoted strings.
-  [[ $CAMSIM_ROOT != *[\"\\#]* ]] || die "up: the root path may not hold quotes, backslashes or #"
   sed -e "s#@ROOT@#$CAMSIM_ROOT#g" -e "s#@PORT@#$port#g" \
     "$CAMSIM_REPO/sim/lighttpd.conf.in" >"$config"
   echo "$port" >"$(lighttpd_port_file)"
