@@ -220,6 +220,15 @@ TEST(ChangeNetworkSettingsEdges, GivenValuesPassUnchecked) {
   EXPECT_EQ(m.dns().ns1().status(), -1);
 }
 
+TEST(ChangeNetworkSettingsEdges, ElementAccessorRepairsWithoutNormalising) {
+  ChangeNetworkSettings m(parse(R"({"dns": [1], "wifi": {"ssid": 3}})"));
+  EXPECT_EQ(m.routes().gateway(), "");
+  EXPECT_EQ(compact(m["routes"]), "{}");
+  EXPECT_EQ(compact(m.dns()), "[1]");
+  EXPECT_EQ(m.wifi().ssid(), "");
+  EXPECT_EQ(compact(m["wifi"]), R"({"ssid":3})");
+}
+
 TEST(NetworkElements, Setters) {
   DhcpSettingsElement dhcp(Variant("junk"));
   dhcp.status(1);
