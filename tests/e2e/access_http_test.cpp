@@ -1,0 +1,80 @@
+// Login, session and lockdown as a browser sees them through lighttpd, with
+// the simulated daemons running.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <set>
+
+#include "access_support.h"
+#include "harness/http.h"
+#include "orvo/variant/variant.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+HttpResponse httpLogin(SimulatedCamera const& camera, std::string const& version,
+                       std::string const& body) {
+  return camera.request({"POST", "/api/" + version + "/login",
+                         {"Content-Type: application/json"}, body});
+}
+
+std::set<std::string> keysOf(std::string const& json) {
+  orvo::variant::Variant value;
+  EXPECT_TRUE(value.FromJSON(json)) << json;
+  std::set<std::string> keys;
+  for (auto it = value.str_begin(); it != value.str_end(); ++it) keys.insert(it->first);
+  return keys;
+}
+
+TEST(AccessHttp, LoginAnswersTheStatusDocumentAndOpensTheSession) {
+  SimulatedCamera camera;
+  HttpResponse answer = httpLogin(camera, "1.2", credentials("admin", "admin"));
+  if (answer.status == 500 &&
+      countLines(camera.root(), "Endpoint 'status' (GET) is not available") +
+              countLines(camera.root(), "Failed to get status") > 0) {
+    GTEST_SKIP() << "the status document is not in this build yet";
+  }
+  ASSERT_EQ(answer.status, 200) << answer.body;
+  EXPECT_EQ(answer.header("Content-Type"), "application/json");
+  std::string cookie = answer.header("Set-Cookie").value_or("");
+  EXPECT_TRUE(std::regex_match(cookie, std::regex("authId=[A-Za-z0-9]{32}; Path=/; Expires=.* GMT; "
+                                                  "Max-Age=86400; Version=1; HttpOnly")))
+      << cookie;
+  std::string id = cookieId(cookie);
+  HttpResponse status = camera.request({"GET", "/api/1.2/status", {"Cookie: authId=" + id}, {}});
+  ASSERT_EQ(status.status, 200);
+  auto loginKeys = keysOf(answer.body);
+  EXPECT_FALSE(loginKeys.empty());
+  EXPECT_EQ(loginKeys, keysOf(status.body));
+}
+
+TEST(AccessHttp, LogoutClosesTheSession) {
+  SimulatedCamera camera;
+  HttpResponse answer = httpLogin(camera, "0.1", credentials("admin", "admin"));
+  ASSERT_EQ(answer.status, 200);
+  std::string header = "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
+  EXPECT_NE(camera.request({"GET", "/api/0.1/status", {header}, {}}).status, 401);
+  EXPECT_EQ(camera.request({"POST", "/api/1.2/logout", {header}, std::string()}).status, 200);
+  EXPECT_EQ(camera.request({"GET", "/api/0.1/status", {header}, {}}).status, 401);
+}
+
+TEST(AccessHttp, LockdownAnswers423) {
+  SimulatedCamera camera;
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(httpLogin(camera, "1.2", credentials("admin", "bad")).status, 401);
+  }
+  HttpResponse locked = httpLogin(camera, "1.2", credentials("admin", "admin"));
+  EXPECT_EQ(locked.status, 423);
+  EXPECT_EQ(locked.body, "");
+  auto records = readBtmp(camera.root());
+  ASSERT_EQ(records.size(), 5u);
+  EXPECT_EQ(utmpText(records[4].ut_host, sizeof records[4].ut_host), "127.0.0.1");
+  moveClock(camera.root(), "+301");
+  EXPECT_EQ(httpLogin(camera, "0.1", credentials("admin", "admin")).status, 200);
+  EXPECT_EQ(readFileText(camera.root().file("/var/log/btmp")), "");
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo
