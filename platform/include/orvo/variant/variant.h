@@ -50,7 +50,7 @@ constexpr std::size_t kMaxJsonDepth = 512;             // nesting of arrays/obje
 constexpr std::size_t kMaxJsonFileBytes = 16u << 20;   // FromJSONFile refuses larger files
 // operator[](long) grows an array to at most this many elements, so a wild
 // index cannot exhaust memory.
-constexpr long kMaxArrayGrowIndex = 1L << 20;
+constexpr long kMaxArrayGrowIndex = 1L << 16;
 
 // Whether a value with tag `tag` passes the test for `kind`: VT_ANY passes
 // everything, any number tag means "any number", VT_EMPTY only itself, and
