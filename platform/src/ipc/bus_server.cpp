@@ -56,7 +56,10 @@ bool BusServer::listen() {
 
 bool BusServer::serve(unsigned timeoutMs) {
   if (listenFd_ < 0) return false;
-  std::vector<pollfd> fds{pollfd{listenFd_, POLLIN, 0}};
+  // At the connection limit new clients wait in the backlog; not polling the
+  // listener then keeps a full server from spinning.
+  short const listenEvents = connections_.size() < kMaxServerConnections ? POLLIN : 0;
+  std::vector<pollfd> fds{pollfd{listenFd_, listenEvents, 0}};
   for (auto const& entry : connections_) fds.push_back(pollfd{entry.first, POLLIN, 0});
   timespec limit{static_cast<time_t>(timeoutMs / 1000), static_cast<long>(timeoutMs % 1000) * 1000000};
   if (ppoll(fds.data(), fds.size(), &limit, nullptr) <= 0) return true;

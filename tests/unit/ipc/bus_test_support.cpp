@@ -2,6 +2,7 @@
 
 #include <ftw.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -68,6 +69,8 @@ Daemon::Daemon(std::string name, std::string mode, int latencyMs, int startDelay
   std::string const delay = std::to_string(startDelayMs);
   pid_ = fork();
   if (pid_ == 0) {
+    // A test that dies must not leave its daemons running.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
     execl(IPC_TEST_DAEMON, IPC_TEST_DAEMON, name_.c_str(), mode.c_str(), latency.c_str(),
           delay.c_str(), static_cast<char*>(nullptr));
     _exit(127);
