@@ -12,8 +12,6 @@ namespace orvo {
 namespace e2e {
 namespace {
 
-constexpr char kAddr[] = "10.1.2.3";
-
 time_t wallSeconds() {
   return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
 }
