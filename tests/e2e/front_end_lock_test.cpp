@@ -1,0 +1,90 @@
+// Single-instance operations: while another process holds an operation's
+// lock, a second request for it is answered 429 at once. The test holds the
+// lock itself, exactly as a running settings write would (a flock on the
+// camera's lock file), so the refusal does not depend on timing.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "access_support.h"
+#include "harness/camera.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+constexpr char kAddr[] = "10.1.2.3";
+constexpr char kSettingsLockFile[] = "/run/lock/orvo/rest_settings_put.lock";
+constexpr char kAlreadyRunning[] = "'rest_settings_put' is already running";
+
+class HeldLock {
+ public:
+  explicit HeldLock(std::string const& path) : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)) {
+    EXPECT_GE(fd_, 0) << path;
+    EXPECT_EQ(flock(fd_, LOCK_EX | LOCK_NB), 0) << path;
+  }
+  ~HeldLock() { close(fd_); }
+  HeldLock(HeldLock const&) = delete;
+  HeldLock& operator=(HeldLock const&) = delete;
+
+ private:
+  int fd_;
+};
+
+// A body the write refuses before asking any daemon, so the test needs none.
+constexpr char kRefusedBody[] = "{\"device\":{\"language\":\"xx\"}}";
+
+ProcessResult putSettings(CameraRoot const& root, std::string const& sessionId) {
+  return runCgi(root,
+                {{"REQUEST_METHOD", "PUT"},
+                 {"QUERY_STRING", "id=1.2/settings"},
+                 {"REMOTE_ADDR", kAddr},
+                 {"HTTP_COOKIE", "authId=" + sessionId},
+                 {"CONTENT_TYPE", "application/json"},
+                 {"CONTENT_LENGTH", std::to_string(sizeof kRefusedBody - 1)}},
+                kRefusedBody);
+}
+
+size_t alreadyRunningRecords(CameraRoot const& root) {
+  auto records = logRecords(root);
+  return std::count_if(records.begin(), records.end(),
+                       [](LogRecord const& r) { return r.text == kAlreadyRunning; });
+}
+
+TEST(FrontEndLock, SecondSettingsWriteAnswers429) {
+  CameraRoot root;
+  // Version 0.1 answers without asking the daemons, which this test does not run.
+  CgiAnswer session = login(root, credentials("admin", "admin"), "0.1", kAddr);
+  ASSERT_EQ(session.status, "200");
+  std::string id = cookieId(session.headers["Set-Cookie"]);
+  ASSERT_FALSE(id.empty());
+
+  {
+    HeldLock running(root.file(kSettingsLockFile));
+    ProcessResult refused = putSettings(root, id);
+    EXPECT_TRUE(refused.exited);
+    EXPECT_EQ(refused.exitCode, 0);
+    EXPECT_EQ(refused.out, "Status: 429\r\nConnection: close\r\n\r\n");
+    auto records = logRecords(root);
+    ASSERT_FALSE(records.empty());
+    LogRecord const& last = records.back();
+    EXPECT_EQ(last.pid, refused.pid);
+    EXPECT_EQ(last.identity, "rest_settings");
+    EXPECT_EQ(last.level, "warning");
+    EXPECT_EQ(last.tag, "orvo_cgi");
+    EXPECT_EQ(last.text, kAlreadyRunning);
+  }
+  // Once the other writer is done the lock is free again: the same request
+  // gets as far as validation.
+  ProcessResult after = putSettings(root, id);
+  EXPECT_EQ(after.out, "Status: 400\r\nConnection: close\r\n\r\n");
+  EXPECT_EQ(alreadyRunningRecords(root), 1u);
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo
