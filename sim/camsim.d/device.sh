@@ -1,16 +1,23 @@
 # The simulated camera's own description and system configuration, and the
 # configuration writer /bin/orvo_system_cfg. `init` calls device_init.
 
-# The writer's program: $ORVO_SYSTEM_CFG_TOOL when set, else the one built in
-# ${ORVO_BUILD_DIR:-build} (target orvo_system_cfg).
+# The writer's program, found as the simulator's other programs are (never
+# built here: `init` also runs inside the tests): $ORVO_SYSTEM_CFG_TOOL;
+# $ORVO_SIM_BIN/orvo_system_cfg; beside the build that `up --cgi` was given;
+# ${ORVO_BUILD_DIR:-build}/sim/orvo_system_cfg.
 system_cfg_tool() {
   if [ -n "${ORVO_SYSTEM_CFG_TOOL:-}" ]; then
     echo "$ORVO_SYSTEM_CFG_TOOL"
-    return
+  elif [ -n "${ORVO_SIM_BIN:-}" ]; then
+    echo "$ORVO_SIM_BIN/orvo_system_cfg"
+  elif [ -n "${cgi:-}" ] && [ -x "$(dirname -- "$(dirname -- "$cgi")")/sim/orvo_system_cfg" ]; then
+    # `cgi` is cmd_up's variable when init runs from there.
+    echo "$(dirname -- "$(dirname -- "$cgi")")/sim/orvo_system_cfg"
+  else
+    local build=${ORVO_BUILD_DIR:-build}
+    [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
+    echo "$build/sim/orvo_system_cfg"
   fi
-  local build=${ORVO_BUILD_DIR:-build}
-  [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
-  echo "$build/sim/orvo_system_cfg"
 }
 
 device_init() {  # <root>

@@ -23,7 +23,6 @@ using statustest::Script;
 namespace {
 
 constexpr int kSettleMs = 150;
-constexpr char kUntouched[] = "Status: 500\r\nConnection: close\r\n\r\n";
 
 constexpr char const* kDaemons[] = {"orvo_ispserver", "orvo_streamer",   "orvo_osd",
                                     "orvo_nvr",       "orvo_analytics",  "orvo_sounds_leds",

@@ -1,0 +1,154 @@
+// The settings endpoint through lighttpd against the simulated daemons: a
+// write lands in the daemons' state and the system configuration and is
+// read back; slow, silent and concurrent cases.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "access_support.h"
+#include "harness/http.h"
+#include "orvo/variant/variant.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+using orvo::variant::Variant;
+
+std::string sessionCookie(SimulatedCamera const& camera) {
+  HttpResponse answer = camera.request({"POST", "/api/1.2/login",
+                                        {"Content-Type: application/json"},
+                                        credentials("admin", "admin")});
+  EXPECT_EQ(answer.status, 200) << answer.body;
+  return "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
+}
+
+Variant parsed(std::string const& json) {
+  Variant value;
+  EXPECT_TRUE(value.FromJSON(json)) << json;
+  return value;
+}
+
+std::string text(Variant& document, char const* path) {
+  Variant* value = document.GetKeyChain(orvo::variant::VT_ANY, path, false);
+  std::string out = "(absent)";
+  if (value) value->ToJSON(out, false);
+  return out;
+}
+
+Variant daemonState(SimulatedCamera const& camera, char const* daemon) {
+  ProcessResult state = runCamsim("state", camera.root().path(), {daemon});
+  EXPECT_EQ(state.exitCode, 0) << state.err;
+  return parsed(state.out);
+}
+
+void control(SimulatedCamera const& camera, std::vector<std::string> const& arguments) {
+  ProcessResult result = runCamsim("ctl", camera.root().path(), arguments);
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+}
+
+class SettingsHttp : public ::testing::Test {
+ protected:
+  HttpResponse get() { return camera_.request({"GET", "/api/1.2/settings", {cookie_}, {}}); }
+  HttpResponse put(std::string const& body) {
+    return camera_.request(
+        {"PUT", "/api/1.2/settings", {cookie_, "Content-Type: application/json"}, body});
+  }
+  std::string systemCfg() { return readFileText(camera_.root().file("/etc/orvo/system.cfg")); }
+
+  SimulatedCamera camera_;
+  std::string cookie_ = sessionCookie(camera_);
+};
+
+TEST_F(SettingsHttp, WriteLandsWhereItBelongsAndReadsBack) {
+  HttpResponse answer = put(R"({
+    "isp": {"brightness": 30, "contrast": 101},
+    "osd": {"textScale": 70},
+    "device": {"name": "Porch", "language": "fr"},
+    "httpd": {"anonSnapshot": 1},
+    "net": {"mode": "static", "ip": "10.0.0.5", "mask": "255.0.0.0", "gw": "10.0.0.1"}})");
+  ASSERT_EQ(answer.status, 200);
+  EXPECT_EQ(answer.body, "");
+
+  Variant isp = daemonState(camera_, "orvo_ispserver");
+  EXPECT_EQ(text(isp, "settings/brightness"), "30");
+  EXPECT_EQ(text(isp, "settings/contrast"), "50");  // the not-set marker changed nothing
+  Variant osd = daemonState(camera_, "orvo_osd");
+  EXPECT_EQ(text(osd, "settings/textScale"), "70");
+  Variant ctl = daemonState(camera_, "orvo_ctlserver");
+  EXPECT_EQ(text(ctl, "device/name"), R"("Porch")");
+  EXPECT_EQ(text(ctl, "device/timezone"), R"("UTC")");
+  Variant network = daemonState(camera_, "orvo_networkd");
+  EXPECT_EQ(text(network, "settings/statik/ip"), R"("10.0.0.5")");
+  EXPECT_NE(systemCfg().find("device.language=fr\n"), std::string::npos) << systemCfg();
+  EXPECT_NE(systemCfg().find("httpd.anonSnapshot=1\n"), std::string::npos);
+
+  HttpResponse read = get();
+  ASSERT_EQ(read.status, 200);
+  Variant doc = parsed(read.body);
+  EXPECT_EQ(text(doc, "isp/brightness"), "30");
+  EXPECT_EQ(text(doc, "isp/contrast"), "50");
+  EXPECT_EQ(text(doc, "osd/textScale"), "70");
+  EXPECT_EQ(text(doc, "device/name"), R"("Porch")");
+  EXPECT_EQ(text(doc, "device/language"), R"("fr")");
+  EXPECT_EQ(text(doc, "httpd/anonSnapshot"), "1");
+  EXPECT_EQ(text(doc, "net/ip"), R"("10.0.0.5")");
+  EXPECT_EQ(text(doc, "net/mask"), R"("255.0.0.0")");
+  EXPECT_EQ(text(doc, "net/gw"), R"("10.0.0.1")");
+}
+
+TEST_F(SettingsHttp, InvalidBodyChangesNothing) {
+  std::string const before = systemCfg();
+  HttpResponse answer = put(R"({"device":{"language":"de-DE"},"isp":{"brightness":10}})");
+  EXPECT_EQ(answer.status, 400);
+  EXPECT_EQ(answer.body, "");
+  EXPECT_EQ(systemCfg(), before);
+  Variant isp = daemonState(camera_, "orvo_ispserver");
+  EXPECT_EQ(text(isp, "settings/brightness"), "50");
+  EXPECT_TRUE(hasLine(camera_.root(), "rest_settings err orvo_cgi: src/rest_settings:"
+                                      "is_valid_put_request: Not supported language"));
+  EXPECT_TRUE(hasLine(camera_.root(),
+                      "rest_settings err orvo_cgi: src/rest_settings:handle_put: Invalid request"));
+}
+
+TEST_F(SettingsHttp, EmptyControllerAddressIsOnlyAWarning) {
+  EXPECT_EQ(put(R"({"controller":{"addr":""}})").status, 200);
+  EXPECT_TRUE(hasLine(camera_.root(), "rest_settings warning orvo_cgi: src/rest_settings:"
+                                      "handle_put: controller addr must be non-empty"));
+}
+
+TEST_F(SettingsHttp, SilentStreamerLeavesAvEmpty) {
+  control(camera_, {"orvo_streamer", "silent", "on"});
+  HttpResponse read = get();
+  ASSERT_EQ(read.status, 200);
+  Variant doc = parsed(read.body);
+  EXPECT_EQ(text(doc, "av"), "null");
+  EXPECT_EQ(text(doc, "isp/brightness"), "50");
+}
+
+TEST_F(SettingsHttp, SlowDaemonIsNamedInTheLog) {
+  control(camera_, {"orvo_nvr", "latency", "1200"});
+  ASSERT_EQ(get().status, 200);
+  EXPECT_EQ(countLines(camera_.root(), "msgNvr took "), 1u);
+  EXPECT_EQ(countLines(camera_.root(), "msgIsp took "), 0u);
+}
+
+TEST_F(SettingsHttp, SecondWriterWhileTheFirstRunsAnswers429) {
+  control(camera_, {"orvo_ispserver", "latency", "1500"});
+  HttpResponse first;
+  std::thread writer([&] { first = put(R"({"isp":{"brightness":20}})"); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  HttpResponse second = put(R"({"isp":{"brightness":25}})");
+  writer.join();
+  EXPECT_EQ(first.status, 200);
+  EXPECT_EQ(second.status, 429);
+  EXPECT_EQ(second.body, "");
+  EXPECT_EQ(countLines(camera_.root(), "'rest_settings_put' is already running"), 1u);
+  Variant isp = daemonState(camera_, "orvo_ispserver");
+  EXPECT_EQ(text(isp, "settings/brightness"), "20");
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo

@@ -1,0 +1,117 @@
+// The status document as a logged-in browser gets it through lighttpd, with
+// the simulated daemons running.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "access_support.h"
+#include "harness/http.h"
+#include "orvo/variant/variant.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+using orvo::variant::Variant;
+
+// Logs in as the camera's user and returns the session's cookie header.
+std::string sessionCookie(SimulatedCamera const& camera) {
+  HttpResponse answer = camera.request({"POST", "/api/1.2/login",
+                                        {"Content-Type: application/json"},
+                                        credentials("admin", "admin")});
+  EXPECT_EQ(answer.status, 200) << answer.body;
+  return "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
+}
+
+Variant parsed(std::string const& json) {
+  Variant value;
+  EXPECT_TRUE(value.FromJSON(json)) << json;
+  return value;
+}
+
+std::string text(Variant& document, char const* path) {
+  Variant* value = document.GetKeyChain(orvo::variant::VT_ANY, path, false);
+  std::string out = "(absent)";
+  if (value) value->ToJSON(out, false);
+  return out;
+}
+
+std::set<std::string> keysOf(Variant const& value) {
+  std::set<std::string> keys;
+  for (auto it = value.str_begin(); it != value.str_end(); ++it) keys.insert(it->first);
+  return keys;
+}
+
+TEST(StatusHttp, DocumentFromTheSimulatedCamera) {
+  SimulatedCamera camera;
+  HttpResponse answer = camera.request({"GET", "/api/1.2/status", {sessionCookie(camera)}, {}});
+  ASSERT_EQ(answer.status, 200) << answer.body;
+  EXPECT_EQ(answer.header("Content-Type"), "application/json");
+  Variant doc = parsed(answer.body);
+  EXPECT_EQ(keysOf(doc), (std::set<std::string>{"board", "controller", "device", "features", "fw",
+                                                 "hostName", "network", "request", "system",
+                                                 "wifi"}));
+  EXPECT_EQ(text(doc, "board/mac"), R"("74:83:C2:A1:B2:C3")");
+  EXPECT_EQ(text(doc, "fw/semver"), R"("4.23.8")");
+  EXPECT_EQ(text(doc, "features/wifi"), "1");
+  EXPECT_EQ(text(doc, "network/nic"), R"("eth0")");
+  EXPECT_EQ(text(doc, "network/ip"), R"("192.168.1.57")");
+  EXPECT_EQ(text(doc, "request/remoteIp"), R"("127.0.0.1")");
+  EXPECT_EQ(text(doc, "device/language"), R"("en-US")");
+  EXPECT_EQ(text(doc, "device/firstTimeUse"), "true");
+  // The simulator has no video chip, so no temperature.
+  EXPECT_EQ(text(doc, "system/temperature"), "(absent)");
+  EXPECT_NE(text(doc, "system/uptime"), "(absent)");
+}
+
+TEST(StatusHttp, Version01IsTheSmallDocument) {
+  SimulatedCamera camera;
+  HttpResponse answer = camera.request({"GET", "/api/0.1/status", {sessionCookie(camera)}, {}});
+  ASSERT_EQ(answer.status, 200);
+  EXPECT_EQ(keysOf(parsed(answer.body)), (std::set<std::string>{"fwver", "mac", "model"}));
+}
+
+TEST(StatusHttp, WithoutSessionIsRefused) {
+  SimulatedCamera camera;
+  EXPECT_EQ(camera.get("/api/1.2/status").status, 401);
+}
+
+TEST(StatusHttp, PostIsRefusedWithoutBody) {
+  SimulatedCamera camera;
+  HttpResponse answer =
+      camera.request({"POST", "/api/1.2/status", {sessionCookie(camera)}, std::string("{}")});
+  EXPECT_EQ(answer.status, 500);
+  EXPECT_EQ(answer.body, "");
+  EXPECT_TRUE(hasLine(camera.root(),
+                      "rest_status err orvo_cgi: src/rest_status:rest_status_main: "
+                      "Cannot process POST request"));
+}
+
+TEST(StatusHttp, NetworkDaemonDownFailsTheDocument) {
+  SimulatedCamera camera;
+  std::string const cookie = sessionCookie(camera);
+  ASSERT_EQ(runCamsim("ctl", camera.root().path(), {"orvo_networkd", "stop"}).exitCode, 0);
+  HttpResponse answer = camera.request({"GET", "/api/1.2/status", {cookie}, {}});
+  EXPECT_EQ(answer.status, 500);
+  EXPECT_EQ(answer.body, "");
+  EXPECT_TRUE(hasLine(camera.root(),
+                      "rest_status err orvo_cgi: src/rest_status:RestGetStatus: "
+                      "Failed to query NetworkStatus"));
+}
+
+TEST(StatusHttp, StatusFollowsTheSettingsWritten) {
+  SimulatedCamera camera;
+  std::string const cookie = sessionCookie(camera);
+  HttpResponse put = camera.request({"PUT", "/api/1.2/settings",
+                                     {cookie, "Content-Type: application/json"},
+                                     std::string(R"({"device":{"language":"pt-BR",)"
+                                                 R"("firstTimeUse":false}})")});
+  ASSERT_EQ(put.status, 200);
+  Variant doc = parsed(camera.request({"GET", "/api/1.2/status", {cookie}, {}}).body);
+  EXPECT_EQ(text(doc, "device/language"), R"("pt-BR")");
+  EXPECT_EQ(text(doc, "device/firstTimeUse"), "false");
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo
