@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,15 @@ std::string const& cameraRoot();
 
 // Monotonic milliseconds, for measuring time limits.
 int64_t nowMs();
+
+// How far a measured time may exceed the limit it measures.
+constexpr int64_t kSlackMs = 20;
+// Runs of a timed step before a missed upper bound counts: other processes
+// can delay one run on a busy machine; an imprecise limit delays every run.
+constexpr int kTimingRuns = 3;
+// Runs `step` (which returns the milliseconds it measured) until a run takes
+// at most `upperMs`, at most kTimingRuns times; returns the fastest run.
+int64_t fastestRun(int64_t upperMs, std::function<int64_t()> const& step);
 
 // A test daemon process (see ipc_test_daemon.cpp for the modes).
 class Daemon {
