@@ -72,7 +72,7 @@ TEST(CGIResponse, SecondCommitWritesNothing) {
 }
 
 TEST(CGIResponse, RedirectWithEmptyUrlPrintsNothing) {
-  Captured run = runAsCgi(kGet, "", [] {
+  Captured run = runAsCgi(kGet, "", []() -> int {
     CGIRequest request;
     CGIResponse response(request);
     bool redirected = response.Redirect("");
