@@ -178,6 +178,57 @@ TEST_F(Batch, SameIdTwiceInOneBatchIsRefused) {
   EXPECT_FALSE(bus.sendRequest(name, message));
 }
 
+// Counts the callbacks and refuses answers when told to.
+class CountingHandler : public BlockingIpcHandler {
+ public:
+  explicit CountingHandler(bool acceptAnswers)
+      : BlockingIpcHandler("rest_test.9"), acceptAnswers_(acceptAnswers) {}
+  int sent = 0;
+  int answers = 0;
+
+ protected:
+  void MessageSentSuccessfully(orvo::ipc::messages::BaseMessage&, bool&) override { ++sent; }
+  void HandleResponse(BaseRequestMessage& request,
+                      orvo::ipc::messages::BaseResponseMessage& response, bool& accept) override {
+    ++answers;
+    EXPECT_EQ(static_cast<unsigned long>(response["id"]), request.id());
+    accept = acceptAnswers_;
+  }
+
+ private:
+  bool acceptAnswers_;
+};
+
+TEST_F(Batch, CallbacksSeeEverySentMessageAndAnswer) {
+  std::string const name = bustest::uniqueName("orvo_osd");
+  Daemon daemon(name, "echo");
+  ASSERT_TRUE(daemon.waitListening());
+  CountingHandler bus(true);
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage first = request("1");
+  BaseRequestMessage second = request("2", false);
+  ASSERT_TRUE(bus.sendRequest(name, first));
+  ASSERT_TRUE(bus.sendRequest(name, second));
+  EXPECT_TRUE(bus.waitAllResponsesReceived(1000));
+  EXPECT_EQ(bus.sent, 2);
+  EXPECT_EQ(bus.answers, 1);
+  EXPECT_TRUE(bus.allRequestsSucceed());
+}
+
+TEST_F(Batch, RefusedAnswerFailsItsRequest) {
+  std::string const name = bustest::uniqueName("orvo_osd");
+  Daemon daemon(name, "echo");
+  ASSERT_TRUE(daemon.waitListening());
+  CountingHandler bus(false);
+  ASSERT_TRUE(bus.init());
+  BaseRequestMessage message = request("no thanks");
+  ASSERT_TRUE(bus.sendRequest(name, message));
+  EXPECT_FALSE(bus.waitAllResponsesReceived(1000));
+  EXPECT_EQ(bus.answers, 1);
+  EXPECT_FALSE(bus.allRequestsSucceed());
+  EXPECT_TRUE(bus.getResponseOrEmpty(message.id()).IsEmpty());
+}
+
 TEST_F(Batch, InvalidNamesAreRefused) {
   BlockingIpcHandler invalid("../escape");
   EXPECT_FALSE(invalid.init());

@@ -12,6 +12,7 @@
 //        unknown-first  an answer for another id, then the echo
 //        not-json-first a frame that is not JSON, then the echo
 //        huge-answer    try to answer with more than a frame may hold
+//        crash          exit at the first request, leaving it unanswered
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -84,6 +85,7 @@ class TestDaemon : public BusServer {
     record(name(), request);
     (void)accept;
     if (mode_ == "silent") return;  // kept open, never answered
+    if (mode_ == "crash") _exit(3);
     due_.emplace_back(monotonicMs() + latencyMs_, request);
   }
 

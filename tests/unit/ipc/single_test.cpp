@@ -305,3 +305,15 @@ TEST_F(Single, DaemonSurvivesBrokenClients) {
   EXPECT_EQ(echoedTag(answer), "still here");
   EXPECT_EQ(daemon.received().size(), 1u);
 }
+
+TEST_F(Single, DaemonThatDiesBeforeAnsweringFailsTheRequestAtOnce) {
+  std::string const name = bustest::uniqueName("orvo_crashing");
+  Daemon daemon(name, "crash");
+  ASSERT_TRUE(daemon.waitListening());
+  BaseRequestMessage message = request("x");
+  Variant answer;
+  int64_t const start = nowMs();
+  EXPECT_FALSE(ask(name, message, &answer, 2000));
+  EXPECT_LT(nowMs() - start, 500);
+  EXPECT_EQ(bustest::logLinesWith(name + " closed the connection without answering").size(), 1u);
+}
