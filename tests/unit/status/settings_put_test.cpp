@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <memory>
+#include <ostream>
 #include <thread>
 
 #include "orvo/utils/mutex.h"
@@ -250,6 +251,9 @@ struct Refusal {
   char const* body;
   char const* message;
 };
+
+// Test output names the message, not the struct's bytes.
+void PrintTo(Refusal const& refusal, std::ostream* out) { *out << refusal.message; }
 
 class SettingsRefusal : public SettingsWrite, public ::testing::WithParamInterface<Refusal> {};
 
