@@ -78,5 +78,7 @@ device.language=en-US
 httpd.anonSnapshot=0
 httpd.port=80
 vestovideo.server=
+vestovideo.uuid=
+resolv.host.1.name=orvo-camera
 CFG
 }

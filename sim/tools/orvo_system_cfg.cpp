@@ -24,10 +24,12 @@ constexpr int kDone = 0;
 constexpr int kWriteFailed = 1;
 constexpr int kBadArguments = 2;
 
-// Where "ctl" records the controller.
-constexpr char kControllerAddrKey[] = "controller.addr";
-constexpr char kControllerUuidKey[] = "controller.uuid";
-constexpr char kControllerForcedKey[] = "controller.forced";
+// Where "ctl" records the controller; the setup form reads the first two
+// back. A forced controller without a UUID clears the old one, so a UUID of
+// an earlier controller never stays beside a new address.
+constexpr char kControllerAddrKey[] = "vestovideo.server";
+constexpr char kControllerUuidKey[] = "vestovideo.uuid";
+constexpr char kControllerForcedKey[] = "vestovideo.forced";
 
 int usage(char const* problem) {
   std::fprintf(stderr,
