@@ -74,7 +74,8 @@ bool parseCpuLoad(std::string const& procStat, uint32_t* percent) {
     total += value;
     if (i - 1 == kIdleField || i - 1 == kIowaitField) idle += value;
   }
-  double const busy = total == 0 ? 0.0 : static_cast<double>(total - idle) / static_cast<double>(total);
+  double const busy =
+      total == 0 ? 0.0 : static_cast<double>(total - idle) / static_cast<double>(total);
   *percent = static_cast<uint32_t>(busy * 100.0);
   return true;
 }

@@ -84,7 +84,9 @@ class SettingsWrite : public ::testing::Test {
     chmod(root_.file("/bin/orvo_system_cfg").c_str(), 0755);
   }
   void startAll(Script const& script = Script()) {
-    for (char const* name : kDaemons) daemons_[name] = std::make_unique<Daemon>(root_, name, script);
+    for (char const* name : kDaemons) {
+      daemons_[name] = std::make_unique<Daemon>(root_, name, script);
+    }
   }
   Outcome put(std::string const& body) {
     return statustest::runHandler(root_, Handler::kSettings, "PUT", "1.2", body);

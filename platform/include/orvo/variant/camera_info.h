@@ -33,7 +33,9 @@ class CameraInfo : public Variant {
   bool Init();
 
   // ---- strict ----
-  std::string name() const { return static_cast<std::string const&>(strict("name", InfoClass::kString)); }
+  std::string name() const {
+    return static_cast<std::string const&>(strict("name", InfoClass::kString));
+  }
 #define ORVO_CAMERA_FLAG(key) \
   signed char key() const { return static_cast<signed char>(strict(#key, InfoClass::kFlag)); }
   ORVO_CAMERA_FLAG(feature_sdmmc)

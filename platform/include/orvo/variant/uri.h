@@ -2,6 +2,7 @@
 // "wss://host:port/path".
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace orvo {
