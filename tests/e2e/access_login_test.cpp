@@ -185,7 +185,7 @@ TEST(AccessLogout, WithoutCookieAnswers500) {
                             "IP address and/or uuid cookie is empty"));
 }
 
-TEST(AccessLogout, UnknownServiceNameIsRefusedByTheHandler) {
+TEST(AccessLogout, NotOfferedInVersion01) {
   CameraRoot root;
   // "logout" is not registered for 0.1: the dispatcher refuses first.
   CgiAnswer answer = callCgi(root, {"POST", "0.1/logout", "", kAddr, "authId=x"});
