@@ -147,6 +147,13 @@ int authenticateToken(std::string const& token, bool& ok) {
   return 0;
 }
 
+int accountUserName(std::string& user) {
+  AccountRecord account;
+  if (readAccount(account) != 0) return -1;
+  user = account.user;
+  return 0;
+}
+
 int setAccount(std::string const& user, std::string const& password) {
   if (!acceptableCredentials(user, password)) {
     errno = EINVAL;

@@ -116,10 +116,14 @@ TEST(PasswordChange, NeedsTheOldPasswordAndStoresTheNew) {
   EXPECT_EQ(changePassword("admin", "new", "operator", "newer"), PasswordChange::kChanged);
   authenticatePassword("operator", "newer", ok);
   EXPECT_TRUE(ok);
+  std::string user;
+  EXPECT_EQ(accountUserName(user), 0);
+  EXPECT_EQ(user, "operator");
   EXPECT_EQ(changePassword("operator", "newer", "", ""), PasswordChange::kRefused);
   EXPECT_EQ(changePassword("admin", "newer", "", "x"), PasswordChange::kRefused);
   removeDeviceFile(kAccountFile);
   EXPECT_EQ(changePassword("", "newer", "", "x"), PasswordChange::kStoreFailed);
+  EXPECT_EQ(accountUserName(user), -1);
 }
 
 TEST(Token, ComparedWithTheStoredToken) {

@@ -39,6 +39,9 @@ int authenticatePassword(std::string const& user, std::string const& password, b
 // Whether `token` is the camera's auth token (none set: never).
 int authenticateToken(std::string const& token, bool& ok);
 
+// The account's user name (never the hash), for answers that report it.
+int accountUserName(std::string& user);
+
 // Replaces the account with `user` and a fresh hash of `password`.
 int setAccount(std::string const& user, std::string const& password);
 // Sets the auth token; an empty token removes it.
