@@ -70,6 +70,22 @@ TEST(AccessHttp, LockdownAnswers423) {
   EXPECT_EQ(readFileText(camera.root().file("/var/log/btmp")), "");
 }
 
+TEST(AccessHttp, TokenOpensLoginOnlyOnceTheSimulatedClientIsAdopted) {
+  SimulatedCamera camera;
+  setToken(camera.root(), "controller-token-1");
+  std::string const body = "{\"authToken\":\"controller-token-1\"}";
+  EXPECT_EQ(httpLogin(camera, "0.1", body).status, 401);
+  EXPECT_EQ(countLines(camera.root(), "AuthTokenAuthentication"), 0u);
+  ProcessResult adopt = runCamsim(
+      "call", camera.root().path(),
+      {"orvo_avclient", "{\"functionName\":\"Adopt\",\"hosts\":[\"wss://192.0.2.10:7442\"]}"});
+  ASSERT_TRUE(adopt.exited && adopt.exitCode == 0) << adopt.err;
+  HttpResponse answer = httpLogin(camera, "0.1", body);
+  EXPECT_EQ(answer.status, 200);
+  EXPECT_EQ(cookieId(answer.header("Set-Cookie").value_or("")).size(), 32u);
+  EXPECT_EQ(httpLogin(camera, "0.1", "{\"authToken\":\"controller-token-2\"}").status, 401);
+}
+
 }  // namespace
 }  // namespace e2e
 }  // namespace orvo
