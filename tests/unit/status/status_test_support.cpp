@@ -93,6 +93,15 @@ class ScriptedDaemon : public orvo::ipc::BusServer {
   std::vector<Pending> pending_;
 };
 
+// An unnamed scratch file inside the root (never in the machine's /tmp).
+FILE* scratchFile(Root const& root) {
+  std::string pattern = root.file("/sim/scratch-XXXXXX");
+  int fd = mkstemp(&pattern[0]);
+  if (fd < 0) std::abort();
+  unlink(pattern.c_str());
+  return fdopen(fd, "w+");
+}
+
 void splitHttp(Outcome& run) {
   std::size_t const blank = run.out.find("\r\n\r\n");
   std::string const head = run.out.substr(0, blank);
@@ -202,8 +211,8 @@ std::vector<Variant> Daemon::received() const {
 Outcome runHandler(Root const& root, Handler handler, std::string const& method,
                std::string const& version, std::string const& body) {
   Outcome run;
-  FILE* in = tmpfile();
-  FILE* out = tmpfile();
+  FILE* in = scratchFile(root);
+  FILE* out = scratchFile(root);
   fwrite(body.data(), 1, body.size(), in);
   fflush(in);
   fflush(stdout);
