@@ -24,6 +24,7 @@ using statustest::Script;
 namespace {
 
 constexpr int kSettleMs = 150;
+constexpr int kArrivalLimitMs = 3000;
 
 constexpr char const* kDaemons[] = {"orvo_ispserver", "orvo_streamer",   "orvo_osd",
                                     "orvo_nvr",       "orvo_analytics",  "orvo_sounds_leds",
@@ -91,14 +92,23 @@ class SettingsWrite : public ::testing::Test {
   Outcome put(std::string const& body) {
     return statustest::runHandler(root_, Handler::kSettings, "PUT", "1.2", body);
   }
-  std::vector<Variant> received(char const* daemon) { return daemons_[daemon]->received(); }
+  // A message that expects no answer may still be on its way in when the
+  // request has ended: wait a bounded while for the first one.
+  std::vector<Variant> received(char const* daemon) {
+    for (int waitedMs = 0; waitedMs < kArrivalLimitMs; waitedMs += 10) {
+      std::vector<Variant> messages = daemons_[daemon]->received();
+      if (!messages.empty()) return messages;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return daemons_[daemon]->received();
+  }
   // Every daemon's received messages as "daemon:functionName", in daemon order.
   std::vector<std::string> traffic() {
     // A message that expects no answer may still be on its way in.
     std::this_thread::sleep_for(std::chrono::milliseconds(kSettleMs));
     std::vector<std::string> seen;
     for (char const* name : kDaemons) {
-      for (Variant& message : received(name)) {
+      for (Variant& message : daemons_[name]->received()) {
         seen.push_back(std::string(name) + ":" +
                        static_cast<std::string const&>(message["functionName"]));
       }
