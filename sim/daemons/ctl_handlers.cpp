@@ -1,9 +1,12 @@
 // The control server: services, factory reset, device identity and the
-// login name. State sections: "device" (ChangeDeviceSettings' shape),
-// "account", "services" (name -> running).
+// credentials. State sections: "device" (ChangeDeviceSettings' shape),
+// "services" (name -> running). The credentials are not daemon state: they
+// live in the camera's account store, which the login checks read too, so a
+// change here is the one that logs in next.
 #include "daemon_names.h"
 #include "daemon_table.h"
 #include "message_shapes.h"
+#include "orvo/utils/account.h"
 #include "state_store.h"
 
 namespace orvo {
@@ -13,14 +16,28 @@ using orvo::variant::Variant;
 
 namespace {
 
+// The value a request field has when the sender left it out.
 constexpr char kUnset[] = "_UNINITIALIZED_";
 
-// The place of the account check. Until the camera has an account store the
-// simulated control server changes no credentials and says so.
-std::string applyCredentialChange(std::string const& /*username*/,
-                                  std::string const& /*passwordOld*/,
-                                  std::string const& /*passwordNew*/) {
-  return "no account store: credentials not changed";
+// Checks the old password against the account and stores the new user name
+// and password; "" when the account took the change, else why it did not.
+// A missing new password keeps the current one (a change of name alone).
+std::string applyCredentialChange(std::string const& username, std::string const& passwordOld,
+                                  std::string const& passwordNew) {
+  // The marker is not a password: without the current password nothing changes.
+  if (passwordOld == kUnset) return "credentials not changed: the current password is missing";
+  std::string const newUser = username == kUnset ? std::string() : username;
+  std::string const newPassword = passwordNew == kUnset ? passwordOld : passwordNew;
+  switch (orvo::utils::changePassword("", passwordOld, newUser, newPassword)) {
+    case orvo::utils::PasswordChange::kChanged:
+      return "";
+    case orvo::utils::PasswordChange::kRefused:
+      return "credentials not changed: wrong current password, or unacceptable new user name "
+             "or password";
+    case orvo::utils::PasswordChange::kStoreFailed:
+      break;
+  }
+  return "credentials not changed: the account cannot be read or written";
 }
 
 }  // namespace
@@ -56,18 +73,23 @@ Variant resetToDefaults(std::string const&, Variant const&) {
 }
 
 // An empty request reads the login name; anything else is a change attempt.
-Variant changeUsernamePassword(std::string const& daemon, Variant const& request) {
+// The name answered is the account's, after the change when there was one.
+Variant changeUsernamePassword(std::string const&, Variant const& request) {
   Variant fields;
   normalizedFields("ChangeUsernamePassword", request, fields);
-  Variant state;
-  if (!readState(daemon, state)) return errorAnswer("cannot read the state of " + daemon);
-  Variant answer;
-  answer["username"] = stringMember(state["account"], "username");
   std::string const username = stringMember(fields, "username");
   std::string const passwordOld = stringMember(fields, "passwordOld");
   std::string const passwordNew = stringMember(fields, "passwordNew");
   bool const changeAsked = username != kUnset || passwordOld != kUnset || passwordNew != kUnset;
-  if (changeAsked) answer["error"] = applyCredentialChange(username, passwordOld, passwordNew);
+  std::string const refusal =
+      changeAsked ? applyCredentialChange(username, passwordOld, passwordNew) : std::string();
+  std::string user;
+  if (orvo::utils::accountUserName(user) != 0) {
+    return errorAnswer(refusal.empty() ? "cannot read the camera's account" : refusal);
+  }
+  Variant answer;
+  answer["username"] = user;
+  if (!refusal.empty()) answer["error"] = refusal;
   return answer;
 }
 

@@ -2,12 +2,15 @@
 
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <time.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include "daemon_names.h"
+#include "orvo/utils/account.h"
 
 namespace daemontest {
 
@@ -37,15 +40,47 @@ int64_t nowMs() {
   return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
+namespace {
+
+std::string camsimCommand(std::string const& subCommand, std::string const& rest) {
+  return "ORVO_SIM_BIN='" + std::string(ORVO_BINARY_DIR) + "/sim' '" +
+         std::string(ORVO_SOURCE_DIR) + "/camsim' " + subCommand + " --root '" + cameraRoot() +
+         "' " + rest;
+}
+
+int exitStatus(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
+
+// Runs a shell command with both outputs captured.
+int runCapturing(std::string const& command, std::string& output) {
+  output.clear();
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  if (pipe == nullptr) return -1;
+  char buffer[256];
+  for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
+  return exitStatus(pclose(pipe));
+}
+
+}  // namespace
+
 int camsim(std::string const& subCommand, std::string const& rest) {
-  std::string const command = "ORVO_SIM_BIN='" + std::string(ORVO_BINARY_DIR) + "/sim' '" +
-                              std::string(ORVO_SOURCE_DIR) + "/camsim' " + subCommand +
-                              " --root '" + cameraRoot() + "' " + rest + " >/dev/null 2>&1";
-  int const status = std::system(command.c_str());
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  std::string const command = camsimCommand(subCommand, rest) + " >/dev/null 2>&1";
+  return exitStatus(std::system(command.c_str()));
+}
+
+int camsim(std::string const& subCommand, std::string const& rest, std::string& output) {
+  return runCapturing(camsimCommand(subCommand, rest), output);
+}
+
+int simd(std::string const& arguments, std::string& output) {
+  cameraRoot();
+  return runCapturing("'" + std::string(ORVO_BINARY_DIR) + "/sim/orvo_simd' " + arguments, output);
 }
 
 RunningDaemons::RunningDaemons() {
+  // The control server reads the login name from the account, as on a root
+  // made by `camsim init`.
+  cameraRoot();
+  started_ = orvo::utils::setAccount("admin", "admin") == 0;
   for (char const* daemon : orvo::sim::kDaemonNames) {
     started_ = camsim("ctl", std::string(daemon) + " start") == 0 && started_;
   }

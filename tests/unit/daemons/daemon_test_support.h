@@ -20,8 +20,15 @@ int64_t nowMs();
 // <root> <rest>", with the simulator's programs from this build. Returns the
 // exit status; the output is discarded.
 int camsim(std::string const& subCommand, std::string const& rest);
+// The same, keeping what the command printed (standard output and error).
+int camsim(std::string const& subCommand, std::string const& rest, std::string& output);
 
-// Starts every simulated daemon in the root; stops them when destroyed.
+// Runs this build's orvo_simd with `arguments` in the root; the exit status,
+// with what it printed in `output`.
+int simd(std::string const& arguments, std::string& output);
+
+// Gives the root the account admin/admin and starts every simulated daemon
+// in it; stops them when destroyed.
 class RunningDaemons {
  public:
   RunningDaemons();

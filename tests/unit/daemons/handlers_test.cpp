@@ -87,18 +87,6 @@ TEST_F(Handlers, ServicesStartAndStop) {
   EXPECT_TRUE(hasError(ask(sim::kCtlDaemon, R"({"functionName": "StopService", "service": "x"})")));
 }
 
-TEST_F(Handlers, CredentialChangeIsRefusedAndNothingStored) {
-  Variant read = ask(sim::kCtlDaemon, R"({"functionName": "ChangeUsernamePassword"})");
-  EXPECT_TRUE(read["username"] == "admin");
-  EXPECT_FALSE(hasError(read));
-  Variant change = ask(sim::kCtlDaemon, R"({"functionName": "ChangeUsernamePassword",
-      "username": "bob", "passwordOld": "a", "passwordNew": "b"})");
-  EXPECT_TRUE(hasError(change));
-  Variant state;
-  ASSERT_TRUE(sim::readState(sim::kCtlDaemon, state));
-  EXPECT_TRUE(state["account"]["username"] == "admin");
-}
-
 TEST_F(Handlers, AdoptionIsRecordedAndPublished) {
   Variant before = ask(sim::kAvclientDaemon, R"({"functionName": "GetAvclientState"})");
   EXPECT_TRUE(before["adopted"] == false);
