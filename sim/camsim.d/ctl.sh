@@ -1,20 +1,31 @@
-describe_command ctl "ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start" \
-  "test controls of one daemon, in force from its next request"
+CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false"
+describe_command ctl "$CTL_USAGE" \
+  "test controls of one daemon, in force from its next request (adopted: orvo_avclient only)"
 
 cmd_ctl() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
-  [ $# -ge 2 ] || die "ctl: usage: ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start"
+  [ $# -ge 2 ] || die "ctl: usage: $CTL_USAGE"
   local daemon=$1 action=$2
   is_sim_daemon "$daemon" || die "ctl: unknown daemon '$daemon'"
   case "$action" in
     stop|start)
       [ $# -eq 2 ] || die "ctl: $action takes no value"
       "${action}_daemon" "$daemon" ;;
+    adopted)
+      # Only the A/V client knows whether a controller adopted the camera.
+      [ "$daemon" = orvo_avclient ] || die "ctl: adopted is a control of orvo_avclient only"
+      [ $# -eq 3 ] && { [ "$3" = true ] || [ "$3" = false ]; } ||
+        die "ctl: adopted takes true or false"
+      set_control "$daemon" "$action" "$3" ;;
     latency|silent)
       [ $# -eq 3 ] || die "ctl: $action needs a value"
-      ORVO_ROOT=$CAMSIM_ROOT "$(sim_program orvo_simd)" ctl "$daemon" "$action" "$3" ||
-        die "ctl: cannot set $action of $daemon to '$3'" ;;
+      set_control "$daemon" "$action" "$3" ;;
     *) die "ctl: unknown control '$action'" ;;
   esac
+}
+
+set_control() {  # <daemon> <control> <value>
+  ORVO_ROOT=$CAMSIM_ROOT "$(sim_program orvo_simd)" ctl "$1" "$2" "$3" ||
+    die "ctl: cannot set $2 of $1 to '$3'"
 }

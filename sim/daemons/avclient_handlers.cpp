@@ -89,6 +89,18 @@ Variant adopt(std::string const& daemon, Variant const& request) {
   });
 }
 
+// The test control behind `camsim ctl orvo_avclient adopted true|false`: the
+// adoption flag alone, without a controller to talk to. Controller, hosts and
+// uuid stay as they are; a camera let go waits to be adopted again.
+bool setAdoption(bool adopted) {
+  Variant const answer = changeState(kAvclientDaemon, [adopted](Variant& state) {
+    state["adopted"] = adopted;
+    state["state"] = adopted ? "connecting" : "waiting";
+    if (adopted && stringMember(state, "uuid").empty()) state["uuid"] = randomUuid();
+  });
+  return answer.GetKeyChain(orvo::variant::VT_ANY, "error", false) == nullptr;
+}
+
 // Ends the wait for the controller: an adopted camera connects now.
 Variant cancelWait(std::string const& daemon, Variant const&) {
   return changeState(daemon, [](Variant& state) {

@@ -58,6 +58,9 @@ orvo::variant::Variant cancelWait(std::string const& daemon,
 
 // Writes the management client's public state to /etc/avclient_state.json.
 bool publishAvclientState();
+// Sets the management client's adoption flag in its state and republishes
+// it (a test control; the next request sees it). False when not stored.
+bool setAdoption(bool adopted);
 
 // The wired/wireless status the network daemon reports for its state.
 orvo::variant::Variant composeNetworkStatus(orvo::variant::Variant const& state);

@@ -4,6 +4,8 @@
 //   orvo_simd state DAEMON                   print the daemon's state
 //   orvo_simd ctl DAEMON latency MS          hold every answer back MS ms
 //   orvo_simd ctl DAEMON silent on|off       take requests, never answer
+//   orvo_simd ctl orvo_avclient adopted true|false
+//                                            adopted by a controller or not
 //   orvo_simd reset                          every daemon back to defaults
 #include <signal.h>
 #include <syslog.h>
@@ -30,7 +32,8 @@ void onStopSignal(int) { stopRequested = 1; }
 int usage() {
   std::fputs(
       "usage: orvo_simd serve DAEMON | state DAEMON | ctl DAEMON latency MS |\n"
-      "       orvo_simd ctl DAEMON silent on|off | reset\n",
+      "       orvo_simd ctl DAEMON silent on|off |\n"
+      "       orvo_simd ctl orvo_avclient adopted true|false | reset\n",
       stderr);
   return 2;
 }
@@ -75,7 +78,25 @@ bool parseLatency(char const* text, unsigned& ms) {
   return true;
 }
 
+// Adoption is the A/V client's state, not a delivery control: it goes to the
+// state file and the published view, like an Adopt request would.
+int setAdopted(std::string const& daemon, std::string const& value) {
+  if (daemon != orvo::sim::kAvclientDaemon) {
+    std::fprintf(stderr, "orvo_simd: adopted is a control of %s only, not of %s\n",
+                 orvo::sim::kAvclientDaemon, daemon.c_str());
+    return 2;
+  }
+  if (value != "true" && value != "false") {
+    std::fprintf(stderr, "orvo_simd: adopted is true or false, not '%s'\n", value.c_str());
+    return 2;
+  }
+  if (orvo::sim::setAdoption(value == "true")) return 0;
+  std::fprintf(stderr, "orvo_simd: cannot store the adoption state of %s\n", daemon.c_str());
+  return 1;
+}
+
 int control(std::string const& daemon, std::string const& what, char const* value) {
+  if (what == "adopted") return setAdopted(daemon, value);
   DaemonControls controls = orvo::sim::readControls(daemon);
   if (what == "latency") {
     if (!parseLatency(value, controls.latencyMs)) {
