@@ -118,6 +118,17 @@ TEST_F(SettingsHttp, EmptyControllerAddressIsOnlyAWarning) {
                                       "handle_put: controller addr must be non-empty"));
 }
 
+// The controller address is checked with the URI parser, which the program
+// loads only for such requests: both verdicts prove it loaded.
+TEST_F(SettingsHttp, ControllerAddressIsParsedAndAdopted) {
+  EXPECT_EQ(put(R"({"controller":{"addr":"ctl.example.net:7443/adopt"}})").status, 200);
+  Variant avclient = daemonState(camera_, "orvo_avclient");
+  EXPECT_EQ(text(avclient, "hosts"), R"(["ctl.example.net:7443/adopt"])");
+  EXPECT_EQ(put(R"({"controller":{"addr":"bad host^name"}})").status, 400);
+  EXPECT_TRUE(hasLine(camera_.root(), "rest_settings err orvo_cgi: src/rest_settings:"
+                                      "is_valid_put_request: controller/addr is not valid"));
+}
+
 TEST_F(SettingsHttp, SilentStreamerLeavesAvEmpty) {
   control(camera_, {"orvo_streamer", "silent", "on"});
   HttpResponse read = get();
