@@ -44,6 +44,22 @@ TEST(AccessHttp, LoginAnswersTheStatusDocumentAndOpensTheSession) {
   EXPECT_EQ(loginKeys, keysOf(status.body));
 }
 
+// The session is bound to the address that logged in: the same cookie sent
+// from another loopback address is refused.
+TEST(AccessHttp, CookieFromAnotherAddressIsRefused) {
+  SimulatedCamera camera;
+  HttpResponse answer = httpLogin(camera, "1.2", credentials("admin", "admin"));
+  ASSERT_EQ(answer.status, 200) << answer.body;
+  std::string header = "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
+  HttpResponse refused = camera.requestFrom("127.0.0.2", {"GET", "/api/1.2/status", {header}, {}});
+  EXPECT_EQ(refused.status, 401);
+  EXPECT_EQ(refused.body, "");
+  EXPECT_TRUE(hasLine(camera.root(), "orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: "
+                                     "IP addresses do not match: 127.0.0.1 <-> 127.0.0.2 "
+                                     "(old auth data received?)"));
+  EXPECT_EQ(camera.request({"GET", "/api/1.2/status", {header}, {}}).status, 200);
+}
+
 TEST(AccessHttp, LogoutClosesTheSession) {
   SimulatedCamera camera;
   HttpResponse answer = httpLogin(camera, "0.1", credentials("admin", "admin"));

@@ -59,7 +59,8 @@ std::optional<HttpResponse> parseHttpResponse(std::string const& raw) {
   }
 }
 
-HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request) {
+HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
+                         std::string const& sourceAddress) {
   ProcessSpec spec;
   spec.program = ORVO_CURL;
   // -g: no URL globbing; --path-as-is: the target leaves exactly as written;
@@ -69,6 +70,10 @@ HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request)
   for (auto const& header : request.headers) {
     spec.argv.push_back("-H");
     spec.argv.push_back(header);
+  }
+  if (!sourceAddress.empty()) {
+    spec.argv.push_back("--interface");
+    spec.argv.push_back(sourceAddress);
   }
   if (request.body) {
     spec.argv.push_back("--data-binary");

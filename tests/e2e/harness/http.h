@@ -35,7 +35,10 @@ struct HttpRequest {
 };
 
 // Sends the request with curl; a transport failure fails the calling test.
-HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request);
+// `sourceAddress`, when not empty, is the local address to connect from
+// (another loopback address such as "127.0.0.2" looks like another client).
+HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
+                         std::string const& sourceAddress = "");
 
 // A running simulated camera with its own root and port.
 class SimulatedCamera {
@@ -49,6 +52,9 @@ class SimulatedCamera {
   int port() const { return port_; }
   std::string const& baseUrl() const { return baseUrl_; }
   HttpResponse request(HttpRequest const& request) const { return httpRequest(baseUrl_, request); }
+  HttpResponse requestFrom(std::string const& sourceAddress, HttpRequest const& request) const {
+    return httpRequest(baseUrl_, request, sourceAddress);
+  }
   HttpResponse get(std::string const& target) const { return request({"GET", target, {}, {}}); }
 
  private:
