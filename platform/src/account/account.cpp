@@ -11,6 +11,7 @@
 #include <string>
 
 #include "orvo/utils/account.h"
+#include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
 
 namespace orvo {
@@ -23,64 +24,12 @@ namespace {
 constexpr char kHashScheme[] = "$6$";
 constexpr char kAccountFolder[] = "/etc/orvo";
 
-// Reads at most `limit` bytes; more than that is refused (errno EFBIG).
-int readSmallFile(std::string const& path, std::size_t limit, std::string& text) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return -1;
-  std::string data;
-  char buffer[512];
-  for (;;) {
-    ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) break;
-    if (n == 0) {
-      ::close(fd);
-      text = data;
-      return 0;
-    }
-    data.append(buffer, static_cast<std::size_t>(n));
-    if (data.size() > limit) {
-      errno = EFBIG;
-      break;
-    }
-  }
-  int err = errno;
-  ::close(fd);
-  errno = err;
-  return -1;
-}
-
-bool writeAll(int fd, std::string const& text) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
-// Replaces the file whole (temporary file, fsync, rename), mode 0600: a
-// reader sees the old content or the new, never a part.
+// Replaces the file whole, mode 0600: a reader sees the old content or the
+// new, never a part.
 int replaceFile(std::string const& devicePathName, std::string const& text) {
   ::mkdir(devicePath("/etc").c_str(), 0755);
   ::mkdir(devicePath(kAccountFolder).c_str(), 0755);
-  std::string target = devicePath(devicePathName);
-  std::string temp = target + ".XXXXXX";
-  int fd = ::mkstemp(&temp[0]);
-  if (fd < 0) return -1;
-  bool ok = writeAll(fd, text) && ::fsync(fd) == 0;
-  int err = errno;
-  if (::close(fd) != 0 && ok) {
-    ok = false;
-    err = errno;
-  }
-  if (ok && ::rename(temp.c_str(), target.c_str()) == 0) return 0;
-  if (ok) err = errno;
-  ::unlink(temp.c_str());
-  errno = err;
-  return -1;
+  return replaceFileAtomically(devicePath(devicePathName), text, 0600, false) ? 0 : -1;
 }
 
 // crypt(3) of `password` with the setting (scheme and salt) of `setting`;
@@ -101,7 +50,7 @@ std::string newHash(std::string const& password) {
 
 int readAccount(AccountRecord& record) {
   std::string text;
-  if (readSmallFile(devicePath(kAccountFile), kMaxAccountFileBytes, text) != 0) return -1;
+  if (!readFileBounded(devicePath(kAccountFile), kMaxAccountFileBytes, text)) return -1;
   if (!parseAccountRecord(text, record)) {
     errno = EINVAL;
     return -1;
@@ -137,7 +86,7 @@ int authenticatePassword(std::string const& user, std::string const& password, b
 int authenticateToken(std::string const& token, bool& ok) {
   ok = false;
   std::string stored;
-  if (readSmallFile(devicePath(kAuthTokenFile), kMaxAuthTokenLength + 1, stored) != 0) {
+  if (!readFileBounded(devicePath(kAuthTokenFile), kMaxAuthTokenLength + 1, stored)) {
     // No token file: there is no token to match, which is a verdict.
     return errno == ENOENT ? 0 : -1;
   }

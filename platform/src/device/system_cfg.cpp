@@ -1,49 +1,16 @@
 #include "orvo/utils/system_cfg.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 
+#include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
 
 namespace orvo {
 namespace utils {
 
 namespace {
-
-bool readSmallFile(std::string const& path, std::string& text) {
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return false;
-  text.clear();
-  char buffer[4096];
-  ssize_t n;
-  bool ok = true;
-  while ((n = read(fd, buffer, sizeof buffer)) != 0) {
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0 || text.size() + static_cast<std::size_t>(n) > kMaxSystemCfgBytes) {
-      ok = false;
-      break;
-    }
-    text.append(buffer, static_cast<std::size_t>(n));
-  }
-  close(fd);
-  return ok;
-}
-
-bool writeAll(int fd, std::string const& text) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    ssize_t n = write(fd, text.data() + done, text.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<std::size_t>(n);
-  }
-  return true;
-}
 
 bool parseInteger(std::string const& text, long* value) {
   if (text.empty()) return false;
@@ -59,18 +26,11 @@ bool parseInteger(std::string const& text, long* value) {
 
 bool loadSystemCfg(std::string const& path, SystemCfgEntries& entries) {
   std::string text;
-  return readSmallFile(path, text) && parseSystemCfg(text, entries);
+  return readFileBounded(path, kMaxSystemCfgBytes, text) && parseSystemCfg(text, entries);
 }
 
 bool storeSystemCfg(std::string const& path, SystemCfgEntries const& entries) {
-  std::string pattern = path + ".XXXXXX";
-  int fd = mkstemp(&pattern[0]);
-  if (fd < 0) return false;
-  bool ok = fchmod(fd, 0644) == 0 && writeAll(fd, formatSystemCfg(entries)) && fsync(fd) == 0;
-  ok = close(fd) == 0 && ok;
-  if (ok && rename(pattern.c_str(), path.c_str()) == 0) return true;
-  unlink(pattern.c_str());
-  return false;
+  return replaceFileAtomically(path, formatSystemCfg(entries), 0644, false);
 }
 
 bool SystemCfgManager::init() {

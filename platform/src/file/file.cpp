@@ -1,0 +1,110 @@
+#include "orvo/utils/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace orvo {
+namespace utils {
+
+namespace {
+
+constexpr std::size_t kReadChunkBytes = 16 * 1024;
+constexpr char kTemporarySuffix[] = ".XXXXXX";
+
+std::string folderOf(std::string const& path) {
+  std::string::size_type slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Makes the rename itself durable; a failure here does not undo the write.
+void syncFolder(std::string const& path) {
+  int fd = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
+bool readAllBounded(int fd, std::size_t limit, std::string& out) {
+  char chunk[kReadChunkBytes];
+  for (;;) {
+    ssize_t n = ::read(fd, chunk, sizeof chunk);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return false;
+    if (n == 0) return true;
+    // Checked while reading: the file may grow after fstat.
+    if (out.size() + static_cast<std::size_t>(n) > limit) {
+      errno = EFBIG;
+      return false;
+    }
+    out.append(chunk, static_cast<std::size_t>(n));
+  }
+}
+
+}  // namespace
+
+bool readFileBounded(std::string const& path, std::size_t limit, std::string& text) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  struct stat info {};
+  std::string data;
+  bool ok = ::fstat(fd, &info) == 0;
+  if (ok && !S_ISREG(info.st_mode)) {
+    errno = EINVAL;
+    ok = false;
+  } else if (ok && static_cast<uint64_t>(info.st_size) > limit) {
+    errno = EFBIG;
+    ok = false;
+  }
+  ok = ok && readAllBounded(fd, limit, data);
+  int err = errno;
+  ::close(fd);
+  errno = err;
+  if (ok) text.swap(data);
+  return ok;
+}
+
+bool writeAll(int fd, std::string const& text) {
+  std::size_t done = 0;
+  while (done < text.size()) {
+    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+bool replaceFileAtomically(std::string const& path, std::string const& text, mode_t newFileMode,
+                           bool keepExistingMode) {
+  if (path.empty()) return false;
+  std::string temporary = path + kTemporarySuffix;
+  int fd = ::mkostemp(&temporary[0], O_CLOEXEC);
+  if (fd < 0) return false;
+  struct stat old {};
+  mode_t mode = newFileMode;
+  if (keepExistingMode && ::stat(path.c_str(), &old) == 0) mode = old.st_mode & 07777;
+  bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, text) && ::fsync(fd) == 0;
+  int err = errno;
+  if (::close(fd) != 0 && ok) {
+    err = errno;
+    ok = false;
+  }
+  if (ok && ::rename(temporary.c_str(), path.c_str()) != 0) {
+    err = errno;
+    ok = false;
+  }
+  if (!ok) {
+    ::unlink(temporary.c_str());
+    errno = err;
+    return false;
+  }
+  syncFolder(path);
+  return true;
+}
+
+}  // namespace utils
+}  // namespace orvo
