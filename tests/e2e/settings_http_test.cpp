@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "access_support.h"
+#include "camera_support.h"
 #include "harness/http.h"
 #include "orvo/variant/variant.h"
 
@@ -15,38 +16,6 @@ namespace e2e {
 namespace {
 
 using orvo::variant::Variant;
-
-std::string sessionCookie(SimulatedCamera const& camera) {
-  HttpResponse answer = camera.request({"POST", "/api/1.2/login",
-                                        {"Content-Type: application/json"},
-                                        credentials("admin", "admin")});
-  EXPECT_EQ(answer.status, 200) << answer.body;
-  return "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
-}
-
-Variant parsed(std::string const& json) {
-  Variant value;
-  EXPECT_TRUE(value.FromJSON(json)) << json;
-  return value;
-}
-
-std::string text(Variant& document, char const* path) {
-  Variant* value = document.GetKeyChain(orvo::variant::VT_ANY, path, false);
-  std::string out = "(absent)";
-  if (value) value->ToJSON(out, false);
-  return out;
-}
-
-Variant daemonState(SimulatedCamera const& camera, char const* daemon) {
-  ProcessResult state = runCamsim("state", camera.root().path(), {daemon});
-  EXPECT_EQ(state.exitCode, 0) << state.err;
-  return parsed(state.out);
-}
-
-void control(SimulatedCamera const& camera, std::vector<std::string> const& arguments) {
-  ProcessResult result = runCamsim("ctl", camera.root().path(), arguments);
-  ASSERT_EQ(result.exitCode, 0) << result.err;
-}
 
 class SettingsHttp : public ::testing::Test {
  protected:

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "access_support.h"
+#include "camera_support.h"
 #include "harness/http.h"
 #include "orvo/variant/variant.h"
 
@@ -13,34 +14,6 @@ namespace e2e {
 namespace {
 
 using orvo::variant::Variant;
-
-// Logs in as the camera's user and returns the session's cookie header.
-std::string sessionCookie(SimulatedCamera const& camera) {
-  HttpResponse answer = camera.request({"POST", "/api/1.2/login",
-                                        {"Content-Type: application/json"},
-                                        credentials("admin", "admin")});
-  EXPECT_EQ(answer.status, 200) << answer.body;
-  return "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
-}
-
-Variant parsed(std::string const& json) {
-  Variant value;
-  EXPECT_TRUE(value.FromJSON(json)) << json;
-  return value;
-}
-
-std::string text(Variant& document, char const* path) {
-  Variant* value = document.GetKeyChain(orvo::variant::VT_ANY, path, false);
-  std::string out = "(absent)";
-  if (value) value->ToJSON(out, false);
-  return out;
-}
-
-std::set<std::string> keysOf(Variant const& value) {
-  std::set<std::string> keys;
-  for (auto it = value.str_begin(); it != value.str_end(); ++it) keys.insert(it->first);
-  return keys;
-}
 
 TEST(StatusHttp, DocumentFromTheSimulatedCamera) {
   SimulatedCamera camera;
