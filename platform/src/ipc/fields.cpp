@@ -107,9 +107,11 @@ template <typename T>
 T numberField(Variant& message, char const* key, T fallback, Range range, FieldPass pass) {
   Variant& member = repaired(message, key, isNumber, fallback);
   T value = static_cast<T>(member);
-  if (pass == FieldPass::Normalize && range.rule != Range::Rule::None) {
+  if (pass == FieldPass::Normalize) {
     value = clampToRange(value, range);
-    member = value;  // written back in the field's exact type
+    // Written back even without a range: after normalising, every number
+    // has exactly its field's type (a fraction in an integer field is cut).
+    member = value;
   }
   return value;
 }

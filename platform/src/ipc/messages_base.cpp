@@ -81,7 +81,7 @@ bool BaseRequestMessage::isBroadcast() { return fields::boolField(*this, "isBroa
 
 bool BaseRequestMessage::NormalizeFields() {
   responseExpected();
-  transactionId();
+  fields::numberField<long>(*this, "transactionId", -1, fields::noRange, FieldPass::Normalize);
   isBroadcast();
   return BaseMessage::NormalizeFields();
 }

@@ -119,6 +119,12 @@ TEST(ChangeNvrSettingsEdges, PortFlagsAndUnrangedVersion) {
   EXPECT_EQ(m.rtspUsername(), "_UNINITIALIZED_");
 }
 
+TEST(ChangeNvrSettingsEdges, UnrangedNumbersLeaveInTheirFieldType) {
+  auto m = normalised<ChangeNvrSettings>(R"({"cfgver": 3.9})");
+  EXPECT_EQ(m["cfgver"].Type(), v::VT_INT32);
+  EXPECT_EQ(compact(m["cfgver"]), "3");
+}
+
 // ---- Analytics ----
 
 TEST(ChangeAnalyticsSettingsEdges, StopLingerClampsToZeroStartToMinusOne) {
@@ -245,6 +251,13 @@ TEST(NetworkStatusEdges, AccessorInsertsMissingString) {
   EXPECT_EQ(status.mode(), "");
   EXPECT_EQ(status.gateway(), "");
   EXPECT_EQ(compact(status), R"({"gateway":"","ipAddress":"10.1.1.1","mode":""})");
+}
+
+TEST(NetworkStatusEdges, NormalisedCountersAreUnsigned32) {
+  auto m = normalised<NetworkStatus>(R"({"linkSpeedMbps": 100, "frequency": 2437.5})");
+  EXPECT_EQ(m["linkSpeedMbps"].Type(), v::VT_UINT32);
+  EXPECT_EQ(compact(m["frequency"]), "2437");
+  EXPECT_EQ(m["frequency"].Type(), v::VT_UINT32);
 }
 
 // ---- Device, service, management ----

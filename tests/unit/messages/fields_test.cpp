@@ -125,6 +125,26 @@ TEST(FindOrDefault, NormalizePassClampsAndWritesExactType) {
   EXPECT_EQ(message["level"].Type(), orvo::variant::VT_UINT32);
 }
 
+TEST(FindOrDefault, NormalizePassWritesUnrangedNumbersInTheirType) {
+  Variant message;
+  message.IsArray(false);
+  message["count"] = 2.75;
+  message["version"] = 7;
+  EXPECT_EQ(numberField<int>(message, "count", -1, noRange, FieldPass::Normalize), 2);
+  EXPECT_EQ(message["count"].Type(), orvo::variant::VT_INT32);
+  EXPECT_EQ(numberField<unsigned int>(message, "version", 0, noRange, FieldPass::Normalize), 7u);
+  EXPECT_EQ(message["version"].Type(), orvo::variant::VT_UINT32);
+  EXPECT_EQ(testing::compact(message), R"({"count":2,"version":7})");
+}
+
+TEST(FindOrDefault, ReadPassLeavesTheStoredTypeAlone) {
+  Variant message;
+  message.IsArray(false);
+  message["count"] = 2.75;
+  EXPECT_EQ(numberField<int>(message, "count", -1, noRange, FieldPass::Read), 2);
+  EXPECT_EQ(message["count"].Type(), orvo::variant::VT_DOUBLE);
+}
+
 TEST(FindOrDefault, ReadPassNeverClampsOrCanonicalises) {
   Variant message;
   message.IsArray(false);

@@ -108,6 +108,13 @@ TEST(HeaderFields, MistypedValuesBecomeDefaults) {
   EXPECT_EQ(compact(withoutStamps(message)), goldenJson("BaseRequestMessage"));
 }
 
+TEST(HeaderFields, TransactionIdLeavesAsSigned64) {
+  BaseRequestMessage message(parse(R"({"transactionId": 42.5})"));
+  message.NormalizeFields();
+  EXPECT_EQ(message["transactionId"].Type(), orvo::variant::VT_INT64);
+  EXPECT_EQ(compact(message["transactionId"]), "42");
+}
+
 TEST(HeaderFields, AccessorsRepairTheirField) {
   BaseRequestMessage message;
   EXPECT_EQ(message.transactionId(), -1);

@@ -21,9 +21,10 @@
 // Ranges: noRange, flag, atLeast(L), atMost(M), within(L, M).
 //
 // Every access first repairs the field (a missing member or one of another
-// kind becomes the default). Only the Normalize pass also clamps numbers,
-// writing them back in the field's exact type, brings enum values to their
-// canonical spelling and normalises nested elements in place.
+// kind becomes the default). Only the Normalize pass also writes every
+// number back in the field's exact type (clamped where the row has a range),
+// brings enum values to their canonical spelling and normalises nested
+// elements in place.
 #pragma once
 
 #include <sys/time.h>
