@@ -1,6 +1,8 @@
 // Fuzzes the whole request parse: method, content type, query string,
 // cookies and body (form, multipart or JSON) come from the input, and
 // CONTENT_LENGTH sometimes lies. Afterwards no upload may be left behind.
+// The query line also goes through the request-string split, whose parts
+// must put the string back together.
 #include <dirent.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -13,6 +15,7 @@
 #include <string>
 
 #include "orvo_cgi.h"
+#include "rest.h"
 
 namespace {
 
@@ -36,6 +39,23 @@ bool tmpIsEmpty() {
   }
   closedir(dir);
   return empty;
+}
+
+// The split never loses or invents text: version and endpoint hold no "/",
+// and "<version>/<endpoint>[/<rest>]" starts (or is) the request string.
+void checkSplit(std::string const& query) {
+  std::size_t id = query.find("id=");
+  if (id == std::string::npos) return;
+  std::string const request = query.substr(id + 3);
+  RestRequestPath path;
+  bool accepted = splitRestRequest(request, path);
+  if (path.version.find('/') != std::string::npos || path.endpoint.find('/') != std::string::npos) {
+    abort();
+  }
+  if (!accepted || path.version.empty()) return;
+  std::string const joined = path.version + "/" + path.endpoint;
+  if (request.compare(0, joined.size(), joined) != 0) abort();
+  if (!path.rest.empty() && request != joined + "/" + path.rest) abort();
 }
 
 }  // namespace
@@ -65,6 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* bytes, size_t size) {
   std::string type = nextLine(data, end);
   std::string query = nextLine(data, end);
   std::string cookie = nextLine(data, end);
+  checkSplit(query);
   size_t bodySize = static_cast<size_t>(end - data);
 
   int fd = memfd_create("body", 0);

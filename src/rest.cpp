@@ -13,15 +13,9 @@ constexpr char kModule[] = "src/rest";
 #define REST_LOG(level, ...) \
   logInternal("orvo_cgi", kModule, "processRestRequest", __LINE__, (level), 0, 0, __VA_ARGS__)
 
-struct RequestPath {
-  std::string version;
-  std::string endpoint;
-  std::string rest;
-};
+}  // namespace
 
-// "<version>/<endpoint>[/<rest>]". A string without a version is accepted
-// only when it names "version" (and is then refused by the version check).
-bool splitRequest(std::string const& request, RequestPath& path) {
+bool splitRestRequest(std::string const& request, RestRequestPath& path) {
   std::size_t first = request.find('/');
   if (first == std::string::npos || first + 1 == request.size()) {
     path.endpoint = request.substr(0, first);
@@ -37,8 +31,6 @@ bool splitRequest(std::string const& request, RequestPath& path) {
   }
   return true;
 }
-
-}  // namespace
 
 void buildRestRegistry(RestRegistry& registry) {
   RestAuthenticator const none = AuthenticateNone;
@@ -89,8 +81,8 @@ int processRestRequest(std::string const& request) {
   RestRegistry registry;
   buildRestRegistry(registry);
 
-  RequestPath path;
-  if (!splitRequest(request, path)) {
+  RestRequestPath path;
+  if (!splitRestRequest(request, path)) {
     REST_LOG(3, "Invalid REST request : %s", path.endpoint.c_str());
     return -1;
   }

@@ -36,6 +36,18 @@ struct RestEntry {
 
 using RestRegistry = std::map<std::string, RestEntry>;
 
+// The parts of a request string "<version>/<endpoint>[/<rest>]".
+struct RestRequestPath {
+  std::string version;   // empty when the string had no "/" before the endpoint
+  std::string endpoint;
+  std::string rest;      // everything after the second "/", further "/" kept
+};
+
+// Splits `request` into `path`. A string without a version is accepted only
+// when it names "version" (and is then refused by the version check); false
+// otherwise, with `path.endpoint` set to the name to report.
+bool splitRestRequest(std::string const& request, RestRequestPath& path);
+
 // The 19 endpoints, in registration order.
 void buildRestRegistry(RestRegistry& registry);
 // Serves one request; `request` is the text after "id=" in the query string.

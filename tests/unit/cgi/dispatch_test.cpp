@@ -55,6 +55,100 @@ TEST(Registry, HoldsNineteenEndpointsWhoseMasksMatchTheirAuthenticators) {
   EXPECT_EQ(registry["status"].authMask, 16u);
 }
 
+// The registry row by row: handler, versions in order, authenticators in
+// order and the mask beside them.
+TEST(Registry, EveryRowAsTabled) {
+  struct Row {
+    char const* endpoint;
+    RestHandler handler;
+    std::vector<std::string> versions;
+    std::vector<RestAuthenticator> authenticators;
+    uint32_t mask;
+  };
+  std::vector<std::string> const all = {"1.2", "1.1", "1.0", "0.1"};
+  std::vector<std::string> const since10 = {"1.2", "1.1", "1.0"};
+  std::vector<RestAuthenticator> const session = {AuthenticateBySession};
+  std::vector<RestAuthenticator> const open = {AuthenticateNone};
+  std::vector<RestAuthenticator> const closedThree = {AuthenticateByPassword, AuthenticateBySession,
+                                                      AuthenticateByAuthToken};
+  std::vector<Row> const table = {
+      {"ap", rest_ap_main, all, session, 16},
+      {"connect", rest_connect_main, since10, closedThree, 28},
+      {"check", rest_check_main, since10, session, 16},
+      {"firmware", rest_firmware_main, since10, session, 16},
+      {"login", rest_login_main, all, open, 1},
+      {"logout", rest_login_main, since10, open, 1},
+      {"reboot", rest_reboot_main, since10, session, 16},
+      {"reset", rest_reset_main, since10, session, 16},
+      {"reset_image", rest_reset_image_main, {"1.2", "1.1"}, session, 16},
+      {"manage", rest_manage_main, {"1.2"}, closedThree, 28},
+      {"services", rest_services_main, {"1.2"}, session, 16},
+      {"settings", rest_settings_main, since10, session, 16},
+      {"setup", rest_setup_main, all, session, 16},
+      {"snapshot", rest_snapshot_main, since10, closedThree, 28},
+      {"status", rest_status_main, all, session, 16},
+      {"support", rest_support_main, since10, session, 16},
+      {"syslog", rest_syslog_main, since10, session, 16},
+      {"upgrade", rest_upgrade_main, since10, session, 16},
+      {"version", rest_version_main, since10, open, 1},
+  };
+  RestRegistry registry;
+  buildRestRegistry(registry);
+  ASSERT_EQ(registry.size(), table.size());
+  for (Row const& row : table) {
+    SCOPED_TRACE(row.endpoint);
+    auto found = registry.find(row.endpoint);
+    ASSERT_NE(found, registry.end());
+    EXPECT_EQ(found->second.handler, row.handler);
+    EXPECT_EQ(found->second.versions, row.versions);
+    EXPECT_EQ(found->second.authenticators, row.authenticators);
+    EXPECT_EQ(found->second.authMask, row.mask);
+  }
+}
+
+RestRequestPath split(std::string const& request, bool expectAccepted) {
+  RestRequestPath path;
+  EXPECT_EQ(splitRestRequest(request, path), expectAccepted) << request;
+  return path;
+}
+
+TEST(SplitRestRequest, VersionEndpointAndRest) {
+  RestRequestPath path = split("1.2/settings/extra/part", true);
+  EXPECT_EQ(path.version, "1.2");
+  EXPECT_EQ(path.endpoint, "settings");
+  EXPECT_EQ(path.rest, "extra/part");
+  path = split("1.2/status", true);
+  EXPECT_EQ(path.version, "1.2");
+  EXPECT_EQ(path.endpoint, "status");
+  EXPECT_EQ(path.rest, "");
+  // A second "/" that ends the string leaves the rest empty.
+  path = split("1.1/services/", true);
+  EXPECT_EQ(path.endpoint, "services");
+  EXPECT_EQ(path.rest, "");
+  path = split("1.2//x", true);
+  EXPECT_EQ(path.endpoint, "");
+  EXPECT_EQ(path.rest, "x");
+  path = split("/status", true);
+  EXPECT_EQ(path.version, "");
+  EXPECT_EQ(path.endpoint, "status");
+  // Not percent-decoded, and "&" is no separator.
+  path = split("1.2/status&y=2", true);
+  EXPECT_EQ(path.endpoint, "status&y=2");
+}
+
+TEST(SplitRestRequest, WithoutVersionOnlyVersionPasses) {
+  RestRequestPath path = split("version", true);
+  EXPECT_EQ(path.version, "");
+  EXPECT_EQ(path.endpoint, "version");
+  path = split("version/", true);
+  EXPECT_EQ(path.version, "");
+  EXPECT_EQ(path.endpoint, "version");
+  EXPECT_EQ(path.rest, "");
+  EXPECT_EQ(split("status", false).endpoint, "status");
+  EXPECT_EQ(split("1.2/", false).endpoint, "1.2");
+  EXPECT_EQ(split("Version", false).endpoint, "Version");
+}
+
 TEST(Dispatch, VersionAnswersOnlyGet) {
   Captured ok = dispatch("GET", "1.2/version");
   EXPECT_EQ(ok.result, 0);
