@@ -83,9 +83,8 @@ TEST(AccessLogin, Version01AnswersTheVersion01StatusDocument) {
   // The same document the status endpoint gives for the session.
   CgiAnswer status = callCgi(root, {"GET", "0.1/status", "", kAddr,
                                     "authId=" + cookieId(answer.headers["Set-Cookie"])});
-  if (status.status == "200") {
-    EXPECT_EQ(status.body, answer.body);
-  }
+  EXPECT_EQ(status.status, "200");
+  EXPECT_EQ(status.body, answer.body);
 }
 
 TEST(AccessLogin, TokenWinsOverPassword) {

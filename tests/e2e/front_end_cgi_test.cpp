@@ -149,6 +149,70 @@ TEST_F(FrontEndCgi, UnauthenticatedRequestAnswers401) {
                           dispatcherRecord("err", "Not yet authenticated to process 'status' request")));
 }
 
+TEST_F(FrontEndCgi, EndpointRefusedByAllThreeAuthenticatorsAnswers401) {
+  // Password (no user name), session (no database, silent) and token (none
+  // sent, silent) all refuse.
+  auto result = get("id=1.2/snapshot");
+  expectAnswer(result, kFailureExit, kEmpty401);
+  EXPECT_THAT(records(result),
+              ElementsAre("orvo_cgi err orvo_cgi: src/rest:PasswordAuthentication: "
+                          "'username' parameter is missing",
+                          refusedAuthenticationRecord("GET"),
+                          dispatcherRecord("err", "Not yet authenticated to process 'snapshot' request")));
+}
+
+TEST_F(FrontEndCgi, TokenWithoutReachableAvclientEndsWith401) {
+  std::string const body = "{\"authToken\":\"t\"}";
+  auto result = runCgi(root_, {{"REQUEST_METHOD", "POST"},
+                               {"QUERY_STRING", "id=1.2/manage"},
+                               {"REMOTE_ADDR", kClientAddress},
+                               {"CONTENT_TYPE", "application/json"},
+                               {"CONTENT_LENGTH", std::to_string(body.size())}},
+                       body);
+  expectAnswer(result, kFailureExit, kEmpty401);
+  // The bus and the IPC wrapper add lines of their own; these are ours.
+  std::vector<std::string> ours;
+  for (auto const& record : logRecords(root_)) {
+    if (record.file == "src/rest") ours.push_back(record.summary());
+  }
+  EXPECT_THAT(ours,
+              ElementsAre("orvo_cgi err orvo_cgi: src/rest:PasswordAuthentication: "
+                          "'username' parameter is missing",
+                          "orvo_cgi err orvo_cgi: src/rest:isAdopted: "
+                          "Unable to send IPC to orvo_avclient",
+                          refusedAuthenticationRecord("POST"),
+                          dispatcherRecord("err", "Not yet authenticated to process 'manage' request")));
+}
+
+TEST_F(FrontEndCgi, MalformedCookieIsLoggedAndSkipped) {
+  auto result = runCgi(root_, {{"REQUEST_METHOD", "GET"},
+                               {"QUERY_STRING", "id=1.2/version"},
+                               {"REMOTE_ADDR", kClientAddress},
+                               {"HTTP_COOKIE", "authId=a=b; theme=dark; lonely"}});
+  expectAnswer(result, 0, kVersionAnswer);
+  EXPECT_THAT(records(result),
+              ElementsAre("orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Invalid cookie 'authId=a=b'",
+                          "orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Invalid cookie ' lonely'"));
+}
+
+TEST_F(FrontEndCgi, BadJsonBodyIsLoggedPerMethodAndTheRequestGoesOn) {
+  std::string const body = "{bad";
+  Environment env = {{"QUERY_STRING", "id=1.2/version"},
+                     {"REMOTE_ADDR", kClientAddress},
+                     {"CONTENT_TYPE", "application/json; charset=utf-8"},
+                     {"CONTENT_LENGTH", std::to_string(body.size())}};
+  env["REQUEST_METHOD"] = "POST";
+  expectAnswer(runCgi(root_, env, body), kFailureExit, kEmpty500);
+  env["REQUEST_METHOD"] = "PUT";
+  expectAnswer(runCgi(root_, env, body), kFailureExit, kEmpty500);
+  std::string const version = "rest_version err orvo_cgi: src/rest_version:rest_version_main: ";
+  EXPECT_THAT(logSummaries(root_),
+              ElementsAre("orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Failed to parse JSON string",
+                          version + "Cannot process POST request",
+                          "orvo_cgi err orvo_cgi: src/orvo_cgi:Parse: Failed to parse JSON string",
+                          version + "Cannot process PUT request"));
+}
+
 TEST_F(FrontEndCgi, SessionCookieWithoutSessionDatabaseAnswers401) {
   auto result = runCgi(root_, {{"REQUEST_METHOD", "GET"},
                                {"QUERY_STRING", "id=1.2/status"},

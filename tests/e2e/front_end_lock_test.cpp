@@ -76,6 +76,8 @@ TEST(FrontEndLock, SecondSettingsWriteAnswers429) {
     EXPECT_EQ(last.identity, "rest_settings");
     EXPECT_EQ(last.level, "warning");
     EXPECT_EQ(last.tag, "orvo_cgi");
+    EXPECT_EQ(last.file, "src/orvo_cgi");
+    EXPECT_EQ(last.function, "lock");
     EXPECT_EQ(last.text, kAlreadyRunning);
   }
   // Once the other writer is done the lock is free again: the same request
