@@ -179,12 +179,34 @@ TEST_F(SettingsRead, UnreadableConfigurationValueFails) {
             std::vector<std::string>{"err handle_get"});
 }
 
+TEST_F(SettingsRead, UnreadableFirstTimeUseFails) {
+  root_.write("/etc/orvo/system.cfg", "device.firstTimeUse=maybe\n");
+  start(cameraScripts());
+  Outcome run = get();
+  EXPECT_EQ(run.result, -1);
+  EXPECT_EQ(run.out, kUntouched);
+  EXPECT_EQ(statustest::logged(run, "Failed to get device.firstTimeUse value"),
+            std::vector<std::string>{"err handle_get"});
+}
+
+TEST_F(SettingsRead, MissingConfigurationFails) {
+  unlink(root_.file("/etc/orvo/system.cfg").c_str());
+  start(cameraScripts());
+  Outcome run = get();
+  EXPECT_EQ(run.result, -1);
+  EXPECT_EQ(run.out, kUntouched);
+  EXPECT_EQ(statustest::logged(run, "Failed to initialize system cfg manager"),
+            std::vector<std::string>{"err handle_get"});
+}
+
 TEST_F(SettingsRead, MissingDescriptionFails) {
   unlink(root_.file("/etc/orvo/camera_info.json").c_str());
   start(cameraScripts());
   Outcome run = get();
   EXPECT_EQ(run.result, -1);
-  EXPECT_TRUE(statustest::loggedText(run, "Failed to initialize camera info manager"));
+  EXPECT_EQ(run.out, kUntouched);
+  EXPECT_EQ(statustest::logged(run, "Failed to initialize camera info manager"),
+            std::vector<std::string>{"err handle_get"});
 }
 
 TEST_F(SettingsRead, OtherMethodsAreRefusedWithAnEmptyAnswer) {
