@@ -2,6 +2,7 @@
 // the simulated daemons running.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
 
 #include "access_support.h"
@@ -83,6 +84,23 @@ TEST(StatusHttp, StatusFollowsTheSettingsWritten) {
   Variant doc = parsed(camera.request({"GET", "/api/1.2/status", {cookie}, {}}).body);
   EXPECT_EQ(text(doc, "device/language"), R"("pt-BR")");
   EXPECT_EQ(text(doc, "device/firstTimeUse"), "false");
+}
+
+// Without a stored language the status document says "en-US" while the
+// settings read gives the empty string.
+TEST(StatusHttp, UnsetLanguageReadsEnUsInStatusAndEmptyInSettings) {
+  SimulatedCamera camera;
+  std::string const cfgPath = camera.root().file("/etc/orvo/system.cfg");
+  std::string cfg = readFileText(cfgPath);
+  std::string::size_type line = cfg.find("device.language=");
+  ASSERT_NE(line, std::string::npos) << cfg;
+  cfg.erase(line, cfg.find('\n', line) - line + 1);
+  std::ofstream(cfgPath, std::ios::trunc) << cfg;
+  std::string const cookie = sessionCookie(camera);
+  Variant status = parsed(camera.request({"GET", "/api/1.2/status", {cookie}, {}}).body);
+  EXPECT_EQ(text(status, "device/language"), R"("en-US")");
+  Variant settings = parsed(camera.request({"GET", "/api/1.2/settings", {cookie}, {}}).body);
+  EXPECT_EQ(text(settings, "device/language"), R"("")");
 }
 
 }  // namespace
