@@ -1,5 +1,7 @@
 #include "daemon_test_support.h"
 
+#include <gtest/gtest.h>
+
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -33,6 +35,20 @@ std::string const& cameraRoot() {
   static std::string const root = makeRoot();
   return root;
 }
+
+namespace {
+
+// The platform reads ORVO_ROOT once per process: make the root before any
+// test can touch a device path, so the tests also pass run in one process.
+class CameraRootEnvironment : public ::testing::Environment {
+ public:
+  void SetUp() override { cameraRoot(); }
+};
+
+::testing::Environment* const kCameraRootEnvironment =
+    ::testing::AddGlobalTestEnvironment(new CameraRootEnvironment);
+
+}  // namespace
 
 int64_t nowMs() {
   timespec now{};
