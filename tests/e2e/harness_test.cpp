@@ -64,12 +64,12 @@ TEST(HttpAnswer, RejectsTruncatedOutput) {
 }
 
 TEST(Process, PassesArgv0EnvironmentAndInput) {
-  ProcessSpec spec;
-  spec.program = "/bin/sh";
-  spec.argv = {"named-differently", "-c", "echo \"$0 $X\"; cat; exit 3"};
-  spec.env = {"X=42"};
-  spec.input = std::string("in\0put", 6);
-  ProcessResult result = runProcess(spec);
+  ProcessSpec process;
+  process.program = "/bin/sh";
+  process.argv = {"named-differently", "-c", "echo \"$0 $X\"; cat; exit 3"};
+  process.env = {"X=42"};
+  process.input = std::string("in\0put", 6);
+  ProcessResult result = runProcess(process);
   EXPECT_TRUE(result.exited);
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(result.out, std::string("named-differently 42\nin\0put", 27));
@@ -77,11 +77,11 @@ TEST(Process, PassesArgv0EnvironmentAndInput) {
 
 TEST(Process, KillsAChildOverItsLimit) {
   auto started = std::chrono::steady_clock::now();
-  ProcessSpec spec;
-  spec.program = "/bin/sleep";
-  spec.argv = {"sleep", "30"};
-  spec.limit = std::chrono::milliseconds(200);
-  ProcessResult result = runProcess(spec);
+  ProcessSpec process;
+  process.program = "/bin/sleep";
+  process.argv = {"sleep", "30"};
+  process.limit = std::chrono::milliseconds(200);
+  ProcessResult result = runProcess(process);
   EXPECT_TRUE(result.timedOut);
   EXPECT_FALSE(result.exited);
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));

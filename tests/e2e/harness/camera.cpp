@@ -56,18 +56,18 @@ std::string CameraRoot::file(std::string const& deviceAbsolutePath) const {
 
 ProcessResult runCgi(CameraRoot const& root, Environment const& env, std::string const& body,
                      CgiOptions const& options) {
-  ProcessSpec spec;
-  spec.program = restCgiPath();
-  spec.argv = {options.argv0.empty() ? restCgiPath() : options.argv0};
+  ProcessSpec process;
+  process.program = restCgiPath();
+  process.argv = {options.argv0.empty() ? restCgiPath() : options.argv0};
   Environment all = env;
   all["ORVO_ROOT"] = root.path();
   for (char const* name : kSanitizerVariables) {
     if (char const* value = getenv(name)) all.emplace(name, value);
   }
-  for (auto const& [name, value] : all) spec.env.push_back(name + "=" + value);
-  spec.input = body;
-  spec.limit = options.limit;
-  return runProcess(spec);
+  for (auto const& [name, value] : all) process.env.push_back(name + "=" + value);
+  process.input = body;
+  process.limit = options.limit;
+  return runProcess(process);
 }
 
 std::vector<std::string> logLines(CameraRoot const& root) {

@@ -61,28 +61,28 @@ std::optional<HttpResponse> parseHttpResponse(std::string const& raw) {
 
 HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
                          std::string const& sourceAddress) {
-  ProcessSpec spec;
-  spec.program = ORVO_CURL;
+  ProcessSpec process;
+  process.program = ORVO_CURL;
   // -g: no URL globbing; --path-as-is: the target leaves exactly as written;
   // --noproxy: the camera is local whatever proxy the test run has set.
-  spec.argv = {"curl", "-sS", "-i", "-g", "--path-as-is", "--noproxy", "*", "--max-time", kCurlLimitSeconds,
+  process.argv = {"curl", "-sS", "-i", "-g", "--path-as-is", "--noproxy", "*", "--max-time", kCurlLimitSeconds,
                "-X", request.method};
   for (auto const& header : request.headers) {
-    spec.argv.push_back("-H");
-    spec.argv.push_back(header);
+    process.argv.push_back("-H");
+    process.argv.push_back(header);
   }
   if (!sourceAddress.empty()) {
-    spec.argv.push_back("--interface");
-    spec.argv.push_back(sourceAddress);
+    process.argv.push_back("--interface");
+    process.argv.push_back(sourceAddress);
   }
   if (request.body) {
-    spec.argv.push_back("--data-binary");
-    spec.argv.push_back("@-");
-    spec.input = *request.body;
+    process.argv.push_back("--data-binary");
+    process.argv.push_back("@-");
+    process.input = *request.body;
   }
-  spec.argv.push_back(baseUrl + request.target);
-  spec.env = inheritedEnvironment();
-  ProcessResult result = runProcess(spec);
+  process.argv.push_back(baseUrl + request.target);
+  process.env = inheritedEnvironment();
+  ProcessResult result = runProcess(process);
   EXPECT_TRUE(result.exited && result.exitCode == 0) << "curl failed: " << result.err;
   auto response = parseHttpResponse(result.out);
   EXPECT_TRUE(response.has_value()) << "not an HTTP answer: " << result.out;
@@ -91,13 +91,13 @@ HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
 
 ProcessResult runCamsim(std::string const& command, std::string const& root,
                         std::vector<std::string> const& arguments) {
-  ProcessSpec spec;
-  spec.program = camsimPath();
-  spec.argv = {camsimPath(), command, "--root", root};
-  spec.argv.insert(spec.argv.end(), arguments.begin(), arguments.end());
-  spec.env = camsimEnvironment();
-  spec.limit = std::chrono::seconds(30);
-  return runProcess(spec);
+  ProcessSpec process;
+  process.program = camsimPath();
+  process.argv = {camsimPath(), command, "--root", root};
+  process.argv.insert(process.argv.end(), arguments.begin(), arguments.end());
+  process.env = camsimEnvironment();
+  process.limit = std::chrono::seconds(30);
+  return runProcess(process);
 }
 
 int freePort() {

@@ -45,16 +45,16 @@ std::vector<char*> pointers(std::vector<std::string> const& strings) {
 
 // Runs in the child: the pipe ends become 0, 1 and 2, the signal set-up
 // is the default one, and the program replaces the process.
-[[noreturn]] void execChild(ProcessSpec const& spec, Pipe& in, Pipe& out, Pipe& err) {
+[[noreturn]] void execChild(ProcessSpec const& process, Pipe& in, Pipe& out, Pipe& err) {
   // When the test runs with 0, 1 or 2 closed a pipe end may sit on one of
   // them; moving every end above 2 first keeps the dup2 calls from clashing.
   int const ends[3] = {fcntl(in.read, F_DUPFD_CLOEXEC, 3), fcntl(out.write, F_DUPFD_CLOEXEC, 3),
                        fcntl(err.write, F_DUPFD_CLOEXEC, 3)};
   for (int target = 0; target < 3; ++target) dup2(ends[target], target);
   signal(SIGPIPE, SIG_DFL);
-  auto argv = pointers(spec.argv);
-  auto env = pointers(spec.env);
-  execve(spec.program.c_str(), argv.data(), env.data());
+  auto argv = pointers(process.argv);
+  auto env = pointers(process.env);
+  execve(process.program.c_str(), argv.data(), env.data());
   _exit(127);
 }
 
@@ -89,23 +89,23 @@ std::vector<std::string> inheritedEnvironment() {
   return out;
 }
 
-ProcessResult runProcess(ProcessSpec const& spec) {
+ProcessResult runProcess(ProcessSpec const& process) {
   // `{}` in an aggregate initialiser gives a zero limit, not the default.
-  if (spec.limit.count() <= 0) throw std::invalid_argument("ProcessSpec::limit must be positive");
+  if (process.limit.count() <= 0) throw std::invalid_argument("ProcessSpec::limit must be positive");
   // A child that exits without reading its input must not kill the test.
   signal(SIGPIPE, SIG_IGN);
   Pipe in = makePipe(), out = makePipe(), err = makePipe();
   ProcessResult result;
   result.pid = fork();
   if (result.pid < 0) throw std::runtime_error("fork failed");
-  if (result.pid == 0) execChild(spec, in, out, err);
+  if (result.pid == 0) execChild(process, in, out, err);
   closeFd(in.read);
   closeFd(out.write);
   closeFd(err.write);
   for (int fd : {in.write, out.read, err.read}) fcntl(fd, F_SETFL, O_NONBLOCK);
-  if (spec.input.empty()) closeFd(in.write);
+  if (process.input.empty()) closeFd(in.write);
 
-  auto const deadline = std::chrono::steady_clock::now() + spec.limit;
+  auto const deadline = std::chrono::steady_clock::now() + process.limit;
   size_t written = 0;
   int status = 0;
   for (;;) {
@@ -114,9 +114,9 @@ ProcessResult runProcess(ProcessSpec const& spec) {
     if (out.read >= 0 && !drain(out.read, result.out)) closeFd(out.read);
     if (err.read >= 0 && !drain(err.read, result.err)) closeFd(err.read);
     if (in.write >= 0) {
-      ssize_t n = write(in.write, spec.input.data() + written, spec.input.size() - written);
+      ssize_t n = write(in.write, process.input.data() + written, process.input.size() - written);
       if (n > 0) written += static_cast<size_t>(n);
-      if ((n < 0 && errno != EAGAIN) || written == spec.input.size()) closeFd(in.write);
+      if ((n < 0 && errno != EAGAIN) || written == process.input.size()) closeFd(in.write);
     }
     // The child's own output is complete once it has exited; a daemon it
     // left behind may hold the pipes open, so end of file is not awaited.
@@ -138,11 +138,11 @@ ProcessResult runProcess(ProcessSpec const& spec) {
 }
 
 ProcessResult runCommand(std::vector<std::string> const& argv, std::vector<std::string> const& env) {
-  ProcessSpec spec;
-  spec.program = argv.at(0);
-  spec.argv = argv;
-  spec.env = env;
-  return runProcess(spec);
+  ProcessSpec process;
+  process.program = argv.at(0);
+  process.argv = argv;
+  process.env = env;
+  return runProcess(process);
 }
 
 }  // namespace e2e

@@ -30,7 +30,7 @@ struct ProcessResult {
   std::string err;        // standard error
 };
 
-ProcessResult runProcess(ProcessSpec const& spec);
+ProcessResult runProcess(ProcessSpec const& process);
 
 // runProcess() of argv[0] with these arguments and environment, no input,
 // the default limit.
