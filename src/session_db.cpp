@@ -7,6 +7,8 @@
 
 #include <vector>
 
+#include "orvo/utils/file.h"
+
 using orvo::variant::Variant;
 
 namespace rest_access {
@@ -15,31 +17,6 @@ namespace {
 
 bool isBlank(std::string const& text) {
   return text.find_first_not_of(" \t\r\n") == std::string::npos;
-}
-
-// Bounded read of a whole file.
-bool readFile(std::string const& path, std::string& text) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return false;
-  std::string data;
-  char buffer[4096];
-  bool ok = true;
-  for (;;) {
-    ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
-    data.append(buffer, static_cast<std::size_t>(n));
-    if (data.size() > kMaxSessionDbBytes) {
-      ok = false;
-      break;
-    }
-  }
-  ::close(fd);
-  if (ok) text.swap(data);
-  return ok;
 }
 
 }  // namespace
@@ -55,10 +32,13 @@ bool parseSessionDb(std::string const& text, Variant& db) {
 
 bool readSessionDb(std::string const& path, Variant& db) {
   std::string text;
-  return readFile(path, text) && parseSessionDb(text, db);
+  return orvo::utils::readFileBounded(path, kMaxSessionDbBytes, text) && parseSessionDb(text, db);
 }
 
 bool writeSessionDb(std::string const& path, Variant const& db) {
+  // The caller holds the database mutex, so no other writer is mid-write:
+  // any temporary file beside the database is a killed writer's leftover.
+  orvo::utils::removeStaleTemporaries(path);
   return db.ToJSONFile(path, true);
 }
 

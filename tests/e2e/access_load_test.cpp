@@ -1,6 +1,7 @@
 // Sessions under load and under crashes: many logins and session requests
 // at once through lighttpd, and login processes killed at random moments
 // while they write the session database.
+#include <dirent.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <fcntl.h>
@@ -135,6 +136,18 @@ bool databaseReadable(CameraRoot const& root, std::string& text) {
   return db.FromJSON(text) && db.Type() == orvo::variant::VT_OBJECT;
 }
 
+// Files named like a replacement's temporary of the session database.
+std::vector<std::string> leftoverTemporaries(CameraRoot const& root) {
+  std::vector<std::string> names;
+  DIR* dir = opendir(root.file("/tmp").c_str());
+  while (dirent* entry = dir ? readdir(dir) : nullptr) {
+    std::string name = entry->d_name;
+    if (name.rfind(".rest_0_1.db.", 0) == 0) names.push_back(name);
+  }
+  if (dir) closedir(dir);
+  return names;
+}
+
 TEST(AccessCrash, KilledWritersNeverLeaveAnUnreadableDatabase) {
   CameraRoot root;
   constexpr int kRounds = 60;
@@ -171,6 +184,8 @@ TEST(AccessCrash, KilledWritersNeverLeaveAnUnreadableDatabase) {
   CgiAnswer answer = login(root, kLoginBody, "0.1", "10.5.5.5");
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(readSessions(root).count(cookieId(answer.headers["Set-Cookie"])), 1u);
+  // That login also cleared what killed writers left beside the database.
+  EXPECT_EQ(leftoverTemporaries(root), std::vector<std::string>{});
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "orvo/utils/file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace orvo {
 namespace utils {
@@ -104,6 +106,31 @@ bool replaceFileAtomically(std::string const& path, std::string const& text, mod
   }
   syncFolder(path);
   return true;
+}
+
+int removeStaleTemporaries(std::string const& path) {
+  std::string const folder = folderOf(path);
+  std::string::size_type slash = path.rfind('/');
+  std::string const prefix = (slash == std::string::npos ? path : path.substr(slash + 1)) + ".";
+  std::size_t const suffixLength = sizeof kTemporarySuffix - 2;  // the six X's
+  DIR* dir = ::opendir(folder.c_str());
+  if (!dir) return 0;
+  int removed = 0;
+  while (dirent* entry = ::readdir(dir)) {
+    char const* name = entry->d_name;
+    if (std::strlen(name) != prefix.size() + suffixLength ||
+        std::strncmp(name, prefix.c_str(), prefix.size()) != 0) {
+      continue;
+    }
+    bool generated = true;  // mkstemp fills the X's with letters and digits
+    for (char const* c = name + prefix.size(); *c; ++c) {
+      generated = generated && ((*c >= 'a' && *c <= 'z') || (*c >= 'A' && *c <= 'Z') ||
+                                (*c >= '0' && *c <= '9'));
+    }
+    if (generated && ::unlinkat(::dirfd(dir), name, 0) == 0) ++removed;
+  }
+  ::closedir(dir);
+  return removed;
 }
 
 }  // namespace utils

@@ -72,3 +72,17 @@ TEST(ReplaceFileAtomically, FailureKeepsTheOldFileAndLeavesNoTemporary) {
   EXPECT_EQ(entriesIn(root.file("/tmp")), 1);
   EXPECT_FALSE(replaceFileAtomically(root.file("/tmp/missing-folder/x"), "new", 0600, true));
 }
+
+TEST(RemoveStaleTemporaries, RemovesOnlyLeftoversOfThatFile) {
+  Root root;
+  root.write("/tmp/sessions.db", "{}");
+  root.write("/tmp/sessions.db.a1B2c3", "half");
+  root.write("/tmp/sessions.db.Zz9yX8", "half");
+  root.write("/tmp/sessions.db.short", "kept: not six letters");
+  root.write("/tmp/sessions.db.ab-def", "kept: not generated");
+  root.write("/tmp/other.db.a1B2c3", "kept: another file's");
+  EXPECT_EQ(orvo::utils::removeStaleTemporaries(root.file("/tmp/sessions.db")), 2);
+  EXPECT_EQ(entriesIn(root.file("/tmp")), 4);
+  EXPECT_EQ(root.read("/tmp/sessions.db"), "{}");
+  EXPECT_EQ(orvo::utils::removeStaleTemporaries(root.file("/tmp/none/x")), 0);
+}

@@ -27,5 +27,11 @@ bool writeAll(int fd, std::string const& text);
 bool replaceFileAtomically(std::string const& path, std::string const& text, mode_t newFileMode,
                            bool keepExistingMode);
 
+// Removes the temporary files that replacements of `path` left behind when
+// their writer was killed mid-write ("<name>.XXXXXX" beside it); returns how
+// many. Only safe while holding the lock that serialises the writers of
+// `path`: a live writer's temporary file looks the same.
+int removeStaleTemporaries(std::string const& path);
+
 }  // namespace utils
 }  // namespace orvo
