@@ -9,21 +9,14 @@
 
 using orvo::variant::Variant;
 using statustest::Daemon;
+using statustest::json;
+using statustest::kUntouched;
 using statustest::Handler;
 using statustest::Root;
 using statustest::Outcome;
 using statustest::Script;
 
 namespace {
-
-// What a handler that fails before answering leaves: the dispatcher's preset.
-constexpr char kUntouched[] = "Status: 500\r\nConnection: close\r\n\r\n";
-
-std::string json(Variant const& value) {
-  std::string text;
-  value.ToJSON(text, false);
-  return text;
-}
 
 Script answering(char const* function, char const* answer) {
   Script script;

@@ -16,6 +16,8 @@
 
 using orvo::variant::Variant;
 using statustest::Daemon;
+using statustest::json;
+using statustest::kUntouched;
 using statustest::Handler;
 using statustest::Root;
 using statustest::Outcome;
@@ -29,12 +31,6 @@ constexpr int kArrivalLimitMs = 3000;
 constexpr char const* kDaemons[] = {"orvo_ispserver", "orvo_streamer",   "orvo_osd",
                                     "orvo_nvr",       "orvo_analytics",  "orvo_sounds_leds",
                                     "orvo_networkd",  "orvo_ctlserver",  "orvo_avclient"};
-
-std::string json(Variant const& value) {
-  std::string text;
-  value.ToJSON(text, false);
-  return text;
-}
 
 std::string text(Variant& message, char const* path) {
   Variant* value = message.GetKeyChain(orvo::variant::VT_ANY, path, false);

@@ -6,15 +6,14 @@
 
 using orvo::variant::Variant;
 using statustest::Daemon;
+using statustest::json;
+using statustest::kUntouched;
 using statustest::Handler;
 using statustest::Root;
 using statustest::Outcome;
 using statustest::Script;
 
 namespace {
-
-// What a handler that fails before answering leaves: the dispatcher's preset.
-constexpr char kUntouched[] = "Status: 500\r\nConnection: close\r\n\r\n";
 
 constexpr char kNetDev[] =
     "Inter-|   Receive                                                |  Transmit\n"
@@ -42,12 +41,6 @@ Script networkScript(Variant const& reply) {
 }
 
 Variant document(Outcome const& run) { return statustest::parse(run.body); }
-
-std::string json(Variant const& value) {
-  std::string text;
-  value.ToJSON(text, false);
-  return text;
-}
 
 class StatusDocument : public ::testing::Test {
  protected:

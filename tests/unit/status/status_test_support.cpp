@@ -278,4 +278,10 @@ std::vector<std::string> logged(Outcome const& run, std::string const& text) {
 
 bool loggedText(Outcome const& run, std::string const& text) { return !logged(run, text).empty(); }
 
+std::string json(orvo::variant::Variant const& value) {
+  std::string text;
+  value.ToJSON(text, false);
+  return text;
+}
+
 }  // namespace statustest

@@ -87,4 +87,10 @@ bool loggedText(Outcome const& run, std::string const& text);
 
 orvo::variant::Variant parse(std::string const& json);
 
+// What a handler that fails before answering leaves: the dispatcher's preset.
+constexpr char kUntouched[] = "Status: 500\r\nConnection: close\r\n\r\n";
+
+// Compact JSON of a value.
+std::string json(orvo::variant::Variant const& value);
+
 }  // namespace statustest
