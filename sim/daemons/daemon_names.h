@@ -1,25 +1,25 @@
-// The nine simulated daemons, by their names on the bus.
+// The nine simulated daemons, by their names on the bus (one list, shared
+// with the program in messages/daemons.h).
 #pragma once
 
-#include <cstddef>
 #include <string>
+
+#include "messages/daemons.h"
 
 namespace orvo {
 namespace sim {
 
-constexpr char kNetworkDaemon[] = "orvo_networkd";
-constexpr char kIspDaemon[] = "orvo_ispserver";
-constexpr char kStreamerDaemon[] = "orvo_streamer";
-constexpr char kOsdDaemon[] = "orvo_osd";
-constexpr char kNvrDaemon[] = "orvo_nvr";
-constexpr char kAnalyticsDaemon[] = "orvo_analytics";
-constexpr char kSoundsLedsDaemon[] = "orvo_sounds_leds";
-constexpr char kCtlDaemon[] = "orvo_ctlserver";
-constexpr char kAvclientDaemon[] = "orvo_avclient";
+constexpr auto const& kNetworkDaemon = daemons::kNetworkd;
+constexpr auto const& kIspDaemon = daemons::kIspServer;
+constexpr auto const& kStreamerDaemon = daemons::kStreamer;
+constexpr auto const& kOsdDaemon = daemons::kOsd;
+constexpr auto const& kNvrDaemon = daemons::kNvr;
+constexpr auto const& kAnalyticsDaemon = daemons::kAnalytics;
+constexpr auto const& kSoundsLedsDaemon = daemons::kSoundsLeds;
+constexpr auto const& kCtlDaemon = daemons::kCtlServer;
+constexpr auto const& kAvclientDaemon = daemons::kAvclient;
 
-constexpr char const* kDaemonNames[] = {
-    kNetworkDaemon, kIspDaemon, kStreamerDaemon, kOsdDaemon, kNvrDaemon,
-    kAnalyticsDaemon, kSoundsLedsDaemon, kCtlDaemon, kAvclientDaemon};
+constexpr auto const& kDaemonNames = daemons::kAll;
 
 bool isDaemonName(std::string const& name);
 
