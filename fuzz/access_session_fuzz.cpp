@@ -17,14 +17,14 @@ namespace {
 
 void checkDatabase(std::string const& text, std::string const& id) {
   orvo::variant::Variant db;
-  if (!rest_access::parseSessionDb(text, db)) return;
+  if (!orvo::rest::access::parseSessionDb(text, db)) return;
   std::string stored;
-  rest_access::checkSession(db, id, "10.0.0.1", stored);
-  rest_access::pruneExpiredSessions(db, 1700000000000ull);
+  orvo::rest::access::checkSession(db, id, "10.0.0.1", stored);
+  orvo::rest::access::pruneExpiredSessions(db, 1700000000000ull);
   std::string written;
   if (!db.ToJSON(written, true)) abort();
   orvo::variant::Variant again;
-  if (!rest_access::parseSessionDb(written, again)) abort();
+  if (!orvo::rest::access::parseSessionDb(written, again)) abort();
   if (!(again == db)) abort();
 }
 

@@ -21,14 +21,14 @@ struct Target {
 };
 
 constexpr Target kTargets[] = {
-    {orvo::sim::kIspDaemon, "settings", "ChangeIspSettings"},
-    {orvo::sim::kStreamerDaemon, "settings", "ChangeVideoSettings"},
-    {orvo::sim::kOsdDaemon, "settings", "ChangeOsdSettings"},
-    {orvo::sim::kNvrDaemon, "settings", "ChangeNvrSettings"},
-    {orvo::sim::kAnalyticsDaemon, "settings", "ChangeAnalyticsSettings"},
-    {orvo::sim::kSoundsLedsDaemon, "settings", "ChangeSoundLedSettings"},
-    {orvo::sim::kNetworkDaemon, "settings", "ChangeNetworkSettings"},
-    {orvo::sim::kCtlDaemon, "device", "ChangeDeviceSettings"},
+    {orvo::daemons::kIspServer, "settings", "ChangeIspSettings"},
+    {orvo::daemons::kStreamer, "settings", "ChangeVideoSettings"},
+    {orvo::daemons::kOsd, "settings", "ChangeOsdSettings"},
+    {orvo::daemons::kNvr, "settings", "ChangeNvrSettings"},
+    {orvo::daemons::kAnalytics, "settings", "ChangeAnalyticsSettings"},
+    {orvo::daemons::kSoundsLeds, "settings", "ChangeSoundLedSettings"},
+    {orvo::daemons::kNetworkd, "settings", "ChangeNetworkSettings"},
+    {orvo::daemons::kCtlServer, "device", "ChangeDeviceSettings"},
 };
 
 }  // namespace

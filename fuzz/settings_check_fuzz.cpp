@@ -9,6 +9,8 @@
 
 #include "rest_settings.h"
 
+using namespace orvo::rest::settings;
+
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
   if (size == 0) return 0;
   bool const wifi = (data[0] & 1) != 0;

@@ -7,16 +7,16 @@
 
 #include <cstring>
 
-#include "orvo/log.h"
+#include "rest_log.h"
 #include "orvo/utils/clock.h"
 #include "orvo/utils/paths.h"
 #include "session_db.h"
 
-namespace rest_access {
+namespace orvo::rest::access {
 
 namespace {
 
-constexpr char kModule[] = "src/rest_login";
+constexpr char kLogFile[] = "src/rest_login";
 
 // Copies at most `limit` bytes (and never more than the field holds); a
 // text that fills the field stays without terminator, as utmp allows.
@@ -30,7 +30,7 @@ std::string btmpPath() { return orvo::utils::devicePath(kBtmpPath); }
 
 bool selectBtmp(char const* function) {
   if (utmpname(btmpPath().c_str()) == 0) return true;
-  logInternal("orvo_cgi", kModule, function, __LINE__, 3, errno, 0, "Failed to set btmp path");
+  ORVO_LOG(function, LOG_ERR, errno, "Failed to set btmp path");
   return false;
 }
 
@@ -70,8 +70,7 @@ bool InLockdownPeriod(int count) {
   for (int i = 0; i < count; ++i) {
     struct utmp* record = getutent();
     if (record == nullptr) {
-      logInternal("orvo_cgi", kModule, "InLockdownPeriod", __LINE__, 3, errno, 0,
-                  "Failed to getutent");
+      ORVO_LOG("InLockdownPeriod", LOG_ERR, errno, "Failed to getutent");
       endutent();
       return false;
     }
@@ -94,11 +93,11 @@ void appendEntry(orvo::cgi::CGIRequest const& request) {
   std::string temp = btmpPath() + "-XXXXXX";
   int fd = mkstemp(&temp[0]);
   if (fd < 0) {
-    logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 3, errno, 0, "Failed to mkstemp");
+    ORVO_LOG("appendEntry", LOG_ERR, errno, "Failed to mkstemp");
     return;
   }
   if (close(fd) != 0) {
-    logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 3, errno, 0, "Failed to close");
+    ORVO_LOG("appendEntry", LOG_ERR, errno, "Failed to close");
     return;
   }
   int existing = EntriesInUTmp();
@@ -109,7 +108,7 @@ void appendEntry(orvo::cgi::CGIRequest const& request) {
   setutent();
   for (int skip = existing - kKeptFailedLogins; skip > 0; --skip) {
     if (getutent() == nullptr) {
-      logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 4, 0, 0, "Failed to getutent");
+      ORVO_LOG("appendEntry", LOG_WARNING, 0, "Failed to getutent");
       break;
     }
   }
@@ -117,8 +116,7 @@ void appendEntry(orvo::cgi::CGIRequest const& request) {
   updwtmp(temp.c_str(), &entry);
   std::string target = btmpPath();
   if (rename(temp.c_str(), target.c_str()) != 0) {
-    logInternal("orvo_cgi", kModule, "appendEntry", __LINE__, 4, errno, 0,
-                "Failed to rename '%s' to '%s'", temp.c_str(), kBtmpPath);
+    ORVO_LOG("appendEntry", LOG_WARNING, errno, "Failed to rename '%s' to '%s'", temp.c_str(), kBtmpPath);
   }
   endutent();
 }
@@ -127,9 +125,9 @@ void clearFailedLogins(char const* module, char const* function) {
   std::string path = btmpPath();
   if (!fileExists(path, false)) return;
   if (truncate(path.c_str(), 0) != 0) {
-    logInternal("orvo_cgi", module, function, __LINE__, 4, errno, 0, "Failed to truncate '%s'",
+    logInternal(kLogTag, module, function, __LINE__, LOG_WARNING, errno, 0, "Failed to truncate '%s'",
                 kBtmpPath);
   }
 }
 
-}  // namespace rest_access
+}  // namespace orvo::rest::access

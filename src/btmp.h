@@ -10,7 +10,7 @@
 
 #include "orvo_cgi.h"
 
-namespace rest_access {
+namespace orvo::rest::access {
 
 constexpr char kBtmpPath[] = "/var/log/btmp";  // device path
 constexpr int kLockdownThreshold = 5;
@@ -41,4 +41,4 @@ void appendEntry(orvo::cgi::CGIRequest const& request);
 // Logs under `module`/`function` when truncation fails.
 void clearFailedLogins(char const* module, char const* function);
 
-}  // namespace rest_access
+}  // namespace orvo::rest::access

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace rest_access {
+namespace orvo::rest::access {
 
 ExpiryFormat formatCookieExpiry(time_t expiry, std::string& text) {
   struct tm utc {};
@@ -19,4 +19,4 @@ std::string sessionCookie(std::string const& id, std::string const& expires) {
          "; Max-Age=" + std::to_string(kCookieMaxAgeSeconds) + "; Version=1; HttpOnly";
 }
 
-}  // namespace rest_access
+}  // namespace orvo::rest::access

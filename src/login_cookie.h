@@ -4,7 +4,7 @@
 #include <ctime>
 #include <string>
 
-namespace rest_access {
+namespace orvo::rest::access {
 
 constexpr int kCookieMaxAgeSeconds = 86400;
 // strftime's buffer for the expiry date.
@@ -18,4 +18,4 @@ ExpiryFormat formatCookieExpiry(time_t expiry, std::string& text);
 // "authId=<id>; Path=/; Expires=<expires>; Max-Age=86400; Version=1; HttpOnly"
 std::string sessionCookie(std::string const& id, std::string const& expires);
 
-}  // namespace rest_access
+}  // namespace orvo::rest::access

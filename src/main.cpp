@@ -1,14 +1,14 @@
 // Program entry: the web server starts rest.cgi once per HTTP request.
-#include <syslog.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "orvo/log.h"
+#include "rest_log.h"
 #include "rest.h"
 
 namespace {
+
+constexpr char kLogFile[] = "src/main";
 
 // The text after the last "/" of argv[0]; empty when there is no "/" or it
 // ends the path (so a bare "rest.cgi" is refused: the server always runs us
@@ -28,14 +28,13 @@ int main(int argc, char** argv) {
 
   std::string const name = baseName(argc > 0 ? argv[0] : nullptr);
   if (name != "rest.cgi") {
-    logInternal("orvo_cgi", "src/main", "main", __LINE__, 3, 0, 0, "Invalid CGI request: %s",
-                name.c_str());
+    ORVO_LOG("main", LOG_ERR, 0, "Invalid CGI request: %s", name.c_str());
     return -1;
   }
   char const* query = std::getenv("QUERY_STRING");
   char const* id = (query && *query) ? std::strstr(query, "id=") : nullptr;
   if (!id || id[3] == '\0') {
-    logInternal("orvo_cgi", "src/main", "main", __LINE__, 4, 0, 0, "Invalid rest request");
+    ORVO_LOG("main", LOG_WARNING, 0, "Invalid rest request");
     return -1;
   }
   return processRestRequest(std::string(id + 3));

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "orvo/log.h"
+#include "rest_log.h"
 #include "orvo/utils/paths.h"
 
 namespace orvo {
@@ -12,7 +12,7 @@ namespace cgi {
 
 namespace {
 
-constexpr char kModule[] = "src/orvo_cgi";
+constexpr char kLogFile[] = "src/orvo_cgi";
 
 std::string envOrEmpty(char const* name) {
   char const* value = std::getenv(name);
@@ -93,7 +93,7 @@ void CGIRequest::Parse() {
   } else if (method == "PUT") {
     if (contentType == "application/json") ParseJsonBody(3);
   } else {
-    logInternal("orvo_cgi", kModule, "Parse", __LINE__, 4, 0, 0, "Unsupported method '%s'",
+    ORVO_LOG("Parse", LOG_WARNING, 0, "Unsupported method '%s'",
                 method.c_str());
   }
   ParseCookies(std::getenv("HTTP_COOKIE"));
@@ -142,7 +142,7 @@ void CGIRequest::ParseJsonBody(int failureLevel) {
   if (!text) return;
   if (!json.FromJSON(text, std::strlen(text))) {
     json.Free();
-    logInternal("orvo_cgi", kModule, "Parse", __LINE__, failureLevel, 0, 0,
+    ORVO_LOG("Parse", failureLevel, 0,
                 "Failed to parse JSON string");
   }
 }
@@ -159,7 +159,7 @@ void CGIRequest::ParseCookies(char const* header) {
     if (piece.empty()) continue;
     std::size_t equals = piece.find('=');
     if (equals == std::string::npos || piece.find('=', equals + 1) != std::string::npos) {
-      logInternal("orvo_cgi", kModule, "Parse", __LINE__, 4, 0, 0, "Invalid cookie '%s'",
+      ORVO_LOG("Parse", LOG_WARNING, 0, "Invalid cookie '%s'",
                   piece.c_str());
       continue;
     }

@@ -15,6 +15,17 @@
 namespace orvo {
 namespace cgi {
 
+// The statuses this program answers with, as the "Status" header carries
+// them (a bare number).
+constexpr char kHttpOk[] = "200";
+constexpr char kHttpBadRequest[] = "400";
+constexpr char kHttpUnauthorized[] = "401";
+constexpr char kHttpNotFound[] = "404";
+constexpr char kHttpMethodNotAllowed[] = "405";
+constexpr char kHttpLocked[] = "423";
+constexpr char kHttpTooManyRequests[] = "429";
+constexpr char kHttpInternalError[] = "500";
+
 // Percent-decoding only: "+" stays "+", a malformed escape is kept as text.
 std::string HtmlDecode(std::string const& text);
 
@@ -92,6 +103,8 @@ class CGIResponse {
   CGIResponse& operator=(CGIResponse const&) = delete;
 
   void SetHttpHeader(std::string const& name, std::string const& value);
+  // The "Status" header: one of the kHttp* statuses.
+  void SetStatus(char const* status) { SetHttpHeader("Status", status); }
   // Writes headers and body to standard output, once; always returns 0.
   int Commit();
   // Commit(), then release the CGI library handle.

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "orvo/log.h"
+#include "rest_log.h"
 #include "orvo_cgi.h"
 
 namespace orvo {
@@ -59,9 +59,10 @@ bool CGIResponse::Redirect(std::string const& url) {
 
 bool lock(std::string const& name, InterProcessMutex& mutex, CGIResponse& response) {
   if (mutex.acquire() == 0) return true;
-  logInternal("orvo_cgi", "src/orvo_cgi", "lock", __LINE__, 4, 0, 0, "'%s' is already running",
+  logInternal(orvo::rest::kLogTag, "src/orvo_cgi", "lock", __LINE__, LOG_WARNING, 0, 0,
+              "'%s' is already running",
               name.c_str());
-  response.SetHttpHeader("Status", "429");
+  response.SetStatus(kHttpTooManyRequests);
   return false;
 }
 

@@ -3,16 +3,12 @@
 #include <algorithm>
 
 #include "handlers.h"
-#include "orvo/log.h"
+#include "rest_log.h"
 #include "rest_auth.h"
 
 namespace {
-
-constexpr char kModule[] = "src/rest";
-
-#define REST_LOG(level, ...) \
-  logInternal("orvo_cgi", kModule, "processRestRequest", __LINE__, (level), 0, 0, __VA_ARGS__)
-
+namespace cgi = orvo::cgi;
+constexpr char kLogFile[] = "src/rest";
 }  // namespace
 
 bool splitRestRequest(std::string const& request, RestRequestPath& path) {
@@ -69,13 +65,13 @@ int processRestRequest(std::string const& request) {
   CGIResponse response(cgiRequest, "application/json");
 
   if (cgiRequest.Method() == "OPTIONS") {
-    response.SetHttpHeader("Status", "200");
+    response.SetStatus(cgi::kHttpOk);
     return response.Commit();
   }
-  response.SetHttpHeader("Status", "500");
+  response.SetStatus(cgi::kHttpInternalError);
 
   if (request.empty()) {
-    REST_LOG(3, "Empty request string from restful request");
+    ORVO_LOG("processRestRequest", LOG_ERR, 0, "Empty request string from restful request");
     return -1;
   }
   RestRegistry registry;
@@ -83,19 +79,19 @@ int processRestRequest(std::string const& request) {
 
   RestRequestPath path;
   if (!splitRestRequest(request, path)) {
-    REST_LOG(3, "Invalid REST request : %s", path.endpoint.c_str());
+    ORVO_LOG("processRestRequest", LOG_ERR, 0, "Invalid REST request : %s", path.endpoint.c_str());
     return -1;
   }
   auto found = registry.find(path.endpoint);
   if (found == registry.end()) {
-    REST_LOG(3, "No RESTful service called '%s' is registered", path.endpoint.c_str());
+    ORVO_LOG("processRestRequest", LOG_ERR, 0, "No RESTful service called '%s' is registered", path.endpoint.c_str());
     return -1;
   }
   RestEntry const& entry = found->second;
-  if (path.version == "0.1") REST_LOG(3, "Version 0.1 is deprecated.");
+  if (path.version == "0.1") ORVO_LOG("processRestRequest", LOG_ERR, 0, "Version 0.1 is deprecated.");
   if (std::find(entry.versions.begin(), entry.versions.end(), path.version) ==
       entry.versions.end()) {
-    REST_LOG(3, "Endpoint '%s' doesn't support version '%s'", path.endpoint.c_str(),
+    ORVO_LOG("processRestRequest", LOG_ERR, 0, "Endpoint '%s' doesn't support version '%s'", path.endpoint.c_str(),
              path.version.c_str());
     return -1;
   }
@@ -104,10 +100,9 @@ int processRestRequest(std::string const& request) {
       return entry.handler(cgiRequest, response, path.version, path.endpoint, path.rest);
     }
   }
-  logInternal("orvo_cgi", kModule, "authenticate", __LINE__, 6, 0, 0,
-              "No way to authenticate the request: Method '%s', remote addr '%s'",
+  ORVO_LOG("authenticate", LOG_INFO, 0, "No way to authenticate the request: Method '%s', remote addr '%s'",
               cgiRequest.Method().c_str(), cgiRequest.RemoteAddress().c_str());
-  REST_LOG(3, "Not yet authenticated to process '%s' request", path.endpoint.c_str());
-  response.SetHttpHeader("Status", "401");
+  ORVO_LOG("processRestRequest", LOG_ERR, 0, "Not yet authenticated to process '%s' request", path.endpoint.c_str());
+  response.SetStatus(cgi::kHttpUnauthorized);
   return -1;
 }

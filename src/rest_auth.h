@@ -16,6 +16,8 @@ bool AuthenticateBySession(CGIRequest const& request, CGIResponse& response,
                            std::string const& version, std::string const& endpoint,
                            std::string const& rest);
 
+namespace orvo::rest::access {
+
 // "username" and "password" of the JSON body against the account; a success
 // empties the failed-login file.
 bool PasswordAuthentication(CGIRequest const& request);
@@ -26,3 +28,5 @@ bool AuthTokenAuthentication(CGIRequest const& request);
 bool AuthenticateByUUID(CGIRequest const& request, CGIResponse& response);
 // Whether the A/V client says a controller has adopted the camera.
 bool isAdopted();
+
+}  // namespace orvo::rest::access

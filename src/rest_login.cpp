@@ -12,25 +12,26 @@
 #include "btmp.h"
 #include "handlers.h"
 #include "login_cookie.h"
-#include "orvo/log.h"
 #include "orvo/utils/clock.h"
 #include "orvo/utils/mutex.h"
 #include "orvo/utils/paths.h"
 #include "orvo/utils/random.h"
 #include "rest_auth.h"
+#include "rest_log.h"
 #include "rest_status.h"
 #include "session_db.h"
 
 using orvo::variant::Variant;
 
+namespace orvo::rest::login {
+
+using namespace orvo::rest::access;
+
 namespace {
 
-constexpr char kModule[] = "src/rest_login";
+constexpr char kLogFile[] = "src/rest_login";
 
-#define LOGIN_LOG(function, level, err, ...) \
-  logInternal("orvo_cgi", kModule, (function), __LINE__, (level), (err), 0, __VA_ARGS__)
-
-std::string sessionDbPath() { return orvo::utils::devicePath(rest_access::kSessionDbPath); }
+std::string sessionDbPath() { return orvo::utils::devicePath(kSessionDbPath); }
 
 // An empty database file, so the first login has something to read.
 bool createEmptyDb(std::string const& path) {
@@ -45,38 +46,38 @@ bool CreateSession(CGIRequest const& request, std::string& id) {
   char const* const fn = "CreateSession";
   std::string const& address = request.RemoteAddress();
   if (address.empty()) {
-    LOGIN_LOG(fn, 3, 0, "IP address is missing");
+    ORVO_LOG(fn, LOG_ERR, 0, "IP address is missing");
     return false;
   }
-  Variant record = rest_access::makeSessionRecord(address, orvo::utils::nowMs());
-  std::string newId = orvo::utils::randomAlphaNumericString("", rest_access::kSessionIdLength);
+  Variant record = makeSessionRecord(address, orvo::utils::nowMs());
+  std::string newId = orvo::utils::randomAlphaNumericString("", kSessionIdLength);
   if (newId.empty()) {
-    LOGIN_LOG(fn, 3, 0, "Incorrent UUID generated");
+    ORVO_LOG(fn, LOG_ERR, 0, "Incorrent UUID generated");
     return false;
   }
-  InterProcessMutex mutex(rest_access::kSessionDbMutex, true);
+  InterProcessMutex mutex(kSessionDbMutex, true);
   if (mutex.acquire() != 0) {
-    LOGIN_LOG(fn, 3, 0, "Failed to acquire db mutex");
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to acquire db mutex");
     return false;
   }
   std::string const path = sessionDbPath();
-  if (!rest_access::fileExists(path, true) && !createEmptyDb(path)) {
-    LOGIN_LOG(fn, 3, errno, "Failed to create authDB");
+  if (!fileExists(path, true) && !createEmptyDb(path)) {
+    ORVO_LOG(fn, LOG_ERR, errno, "Failed to create authDB");
     return false;
   }
   Variant db;
-  if (!rest_access::readSessionDb(path, db)) {
-    LOGIN_LOG(fn, 3, 0, "Failed to read auth database");
+  if (!readSessionDb(path, db)) {
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to read auth database");
     return false;
   }
-  rest_access::pruneExpiredSessions(db, orvo::utils::nowMs());
+  pruneExpiredSessions(db, orvo::utils::nowMs());
   db[newId] = record;
-  if (!rest_access::writeSessionDb(path, db)) {
-    LOGIN_LOG(fn, 3, 0, "Failed to save auth database");
+  if (!writeSessionDb(path, db)) {
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to save auth database");
     return false;
   }
   if (mutex.release() != 0) {
-    LOGIN_LOG(fn, 3, 0, "Failed to release db lock");
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to release db lock");
     return false;
   }
   id = newId;
@@ -86,13 +87,14 @@ bool CreateSession(CGIRequest const& request, std::string& id) {
 // The login answer: the status document of the request's API version.
 bool PrepareContent(CGIRequest const& request, std::string const& version, std::string& json) {
   Variant document;
-  bool built = version == "0.1" ? RestGetStatus_0_1(document) : RestGetStatus(request, document);
+  bool built = version == "0.1" ? status::RestGetStatus_0_1(document)
+                                 : status::RestGetStatus(request, document);
   if (!built) {
-    LOGIN_LOG("PrepareContent", 3, 0, "Failed to get status");
+    ORVO_LOG("PrepareContent", LOG_ERR, 0, "Failed to get status");
     return false;
   }
   if (!document.ToJSON(json, false)) {
-    LOGIN_LOG("PrepareContent", 3, 0, "Failed to convert data to JSON format");
+    ORVO_LOG("PrepareContent", LOG_ERR, 0, "Failed to convert data to JSON format");
     return false;
   }
   return true;
@@ -102,21 +104,21 @@ bool PrepareCookie(std::string const& id, std::string& cookie) {
   char const* const fn = "PrepareCookie";
   time_t now = ::time(nullptr);
   if (now == static_cast<time_t>(-1)) {
-    LOGIN_LOG(fn, 3, errno, "Failed to get time");
+    ORVO_LOG(fn, LOG_ERR, errno, "Failed to get time");
     return false;
   }
   std::string expires;
-  switch (rest_access::formatCookieExpiry(now + rest_access::kCookieMaxAgeSeconds, expires)) {
-    case rest_access::ExpiryFormat::kOk:
+  switch (formatCookieExpiry(now + kCookieMaxAgeSeconds, expires)) {
+    case ExpiryFormat::kOk:
       break;
-    case rest_access::ExpiryFormat::kCalendarFailed:
-      LOGIN_LOG(fn, 3, errno, "Failed to convert calendar time");
+    case ExpiryFormat::kCalendarFailed:
+      ORVO_LOG(fn, LOG_ERR, errno, "Failed to convert calendar time");
       return false;
-    case rest_access::ExpiryFormat::kFormatFailed:
-      LOGIN_LOG(fn, 3, 0, "Failed to format datetime");
+    case ExpiryFormat::kFormatFailed:
+      ORVO_LOG(fn, LOG_ERR, 0, "Failed to format datetime");
       return false;
   }
-  cookie = rest_access::sessionCookie(id, expires);
+  cookie = sessionCookie(id, expires);
   return true;
 }
 
@@ -124,14 +126,14 @@ int Login(CGIRequest const& request, CGIResponse& response, std::string const& v
           std::string const& endpoint, std::string const& rest) {
   // A lockdown refuses before any credential is looked at, and is not
   // itself recorded, so it ends a window after the last real failure.
-  if (rest_access::loginLockedDown()) {
-    response.SetHttpHeader("Status", "423");
+  if (loginLockedDown()) {
+    response.SetStatus(cgi::kHttpLocked);
     return response.Commit();
   }
   bool hasToken = request.HasAuthToken();
   auto const& body = request.Json();
-  bool hasPassword = body.GetKeyChain(orvo::variant::VT_STRING, "username", false) &&
-                     body.GetKeyChain(orvo::variant::VT_STRING, "password", false);
+  bool hasPassword = body.Has(orvo::variant::VT_STRING, "username") &&
+                     body.Has(orvo::variant::VT_STRING, "password");
   bool authenticated = false;
   if (hasToken) {
     authenticated = AuthenticateByAuthToken(request, response, version, endpoint, rest);
@@ -139,11 +141,11 @@ int Login(CGIRequest const& request, CGIResponse& response, std::string const& v
     authenticated = PasswordAuthentication(request);
   }
   if (!authenticated) {
-    LOGIN_LOG("Login", 6, 0, "Authenticate failed");
-    LOGIN_LOG("Login", 6, 0, "method '%s', remote addr '%s'", request.Method().c_str(),
+    ORVO_LOG("Login", LOG_INFO, 0, "Authenticate failed");
+    ORVO_LOG("Login", LOG_INFO, 0, "method '%s', remote addr '%s'", request.Method().c_str(),
               request.RemoteAddress().c_str());
-    rest_access::appendEntry(request);
-    response.SetHttpHeader("Status", "401");
+    appendEntry(request);
+    response.SetStatus(cgi::kHttpUnauthorized);
     return response.Commit();
   }
   std::string id;
@@ -152,7 +154,7 @@ int Login(CGIRequest const& request, CGIResponse& response, std::string const& v
   if (!PrepareContent(request, version, json)) return response.Commit();
   std::string cookie;
   if (!PrepareCookie(id, cookie)) return response.Commit();
-  response.SetHttpHeader("Status", "200");
+  response.SetStatus(cgi::kHttpOk);
   response.SetHttpHeader("Set-Cookie", cookie);
   response.body << json;
   return response.Commit();
@@ -163,50 +165,53 @@ int Logout(CGIRequest const& request, CGIResponse& response) {
   char const* const fn = "Logout";
   std::string const& id = request.CookieValueByName("authId");
   if (id.empty()) {
-    LOGIN_LOG(fn, 3, 0, "IP address and/or uuid cookie is empty");
+    ORVO_LOG(fn, LOG_ERR, 0, "IP address and/or uuid cookie is empty");
     return 0;
   }
-  InterProcessMutex mutex(rest_access::kSessionDbMutex, true);
+  InterProcessMutex mutex(kSessionDbMutex, true);
   if (mutex.acquire() != 0) {
-    LOGIN_LOG(fn, 3, 0, "Failed to acquire db mutex");
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to acquire db mutex");
     return 0;
   }
   std::string const path = sessionDbPath();
   Variant db;
-  if (!rest_access::readSessionDb(path, db)) {
-    LOGIN_LOG(fn, 3, 0, "Failed to read auth database");
+  if (!readSessionDb(path, db)) {
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to read auth database");
     return 0;
   }
-  if (!rest_access::findSession(db, id)) {
-    LOGIN_LOG(fn, 3, 0, "No record for UUID '%s' found", id.c_str());
+  if (!findSession(db, id)) {
+    ORVO_LOG(fn, LOG_ERR, 0, "No record for UUID '%s' found", id.c_str());
     return 0;
   }
   db.RemoveValue(id, false);
-  if (!rest_access::writeSessionDb(path, db)) {
-    LOGIN_LOG(fn, 3, 0, "Failed to save auth database");
+  if (!writeSessionDb(path, db)) {
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to save auth database");
     return -1;
   }
   if (mutex.release() != 0) {
-    LOGIN_LOG(fn, 3, 0, "Failed to release db mutex");
+    ORVO_LOG(fn, LOG_ERR, 0, "Failed to release db mutex");
     return 0;
   }
-  response.SetHttpHeader("Status", "200");
+  response.SetStatus(cgi::kHttpOk);
   return response.Commit();
 }
 
 }  // namespace
 
+}  // namespace orvo::rest::login
+
 ORVO_REST_HANDLER(rest_login_main) {
+  using namespace orvo::rest::login;
   openlog("rest_login", LOG_PID, LOG_LOCAL0);
   setLogFpSts(0);
   std::string const method = request.Method();
   if (method != "POST") {
-    LOGIN_LOG("rest_login_main", 3, 0, "Cannot process '%s' request", method.c_str());
+    ORVO_LOG("rest_login_main", LOG_ERR, 0, "Cannot process '%s' request", method.c_str());
     return -1;
   }
   if (endpoint == "login") return Login(request, response, version, endpoint, rest);
   if (endpoint == "logout") return Logout(request, response);
-  LOGIN_LOG("rest_login_main", 3, 0, "Unknown service '%s' passed to login/logout handler",
+  ORVO_LOG("rest_login_main", LOG_ERR, 0, "Unknown service '%s' passed to login/logout handler",
             endpoint.c_str());
   return -1;
 }

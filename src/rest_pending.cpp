@@ -1,16 +1,14 @@
 // Endpoints whose modules are not part of this build yet. Each answers the
 // dispatcher's preset 500 with an empty body and says so in the log.
-#include <syslog.h>
-
 #include "handlers.h"
-#include "orvo/log.h"
+#include "rest_log.h"
 
 namespace {
 
 int notAvailable(char const* identity, CGIRequest const& request, std::string const& endpoint) {
   openlog(identity, LOG_PID, LOG_LOCAL0);
   setLogFpSts(0);
-  logInternal("orvo_cgi", "src/rest", identity, __LINE__, 3, 0, 0,
+  logInternal(orvo::rest::kLogTag, "src/rest", identity, __LINE__, LOG_ERR, 0, 0,
               "Endpoint '%s' (%s) is not available in this build", endpoint.c_str(),
               request.Method().c_str());
   return -1;

@@ -10,6 +10,8 @@
 #include "orvo/variant/variant.h"
 #include "orvo_cgi.h"
 
+namespace orvo::rest::settings {
+
 // Longest device name a PUT may set.
 constexpr std::size_t kMaxDeviceNameBytes = 25;
 // The configuration writer and its first argument.
@@ -30,12 +32,14 @@ std::string settingsBodyProblem(orvo::variant::Variant& body, SettingsCheckCamer
 bool is_valid_put_request(orvo::cgi::CGIRequest const& request);
 
 // The network change of a PUT, built from the body's "wifi" and "net".
-orvo::variant::Variant networkChangeFromBody(orvo::variant::Variant& body);
+orvo::variant::Variant networkChangeFromBody(orvo::variant::Variant const& body);
 // The adoption request for a non-empty controller address.
-orvo::variant::Variant adoptionFromBody(orvo::variant::Variant& body);
+orvo::variant::Variant adoptionFromBody(orvo::variant::Variant const& body);
 // The configuration tool's arguments for a PUT body, "flash" first.
-std::vector<std::string> systemCfgArguments(orvo::variant::Variant& body);
+std::vector<std::string> systemCfgArguments(orvo::variant::Variant const& body);
 
 // The two routines behind rest_settings_main.
 int handle_get(orvo::cgi::CGIResponse& response);
 int handle_put(orvo::cgi::CGIRequest const& request, orvo::cgi::CGIResponse& response);
+
+}  // namespace orvo::rest::settings

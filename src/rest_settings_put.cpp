@@ -2,32 +2,32 @@
 // change message for the daemon that owns it; all are sent before any
 // answer is awaited, then the settings kept in the system configuration are
 // written by the configuration tool.
-#include <sys/wait.h>
+#include <utility>
+#include <vector>
 
 #include "messages/camera.h"
 #include "messages/device.h"
 #include "messages/network.h"
 #include "messages/video.h"
-#include "orvo/log.h"
 #include "orvo/utils/exec.h"
 #include "rest_settings.h"
-#include "utils.h"
+#include "daemon_batch.h"
+#include "messages/daemons.h"
+#include "rest_log.h"
 
 using namespace orvo::ipc::messages;
 using orvo::variant::Variant;
-using orvo::variant::VariantType;
+
+namespace orvo::rest::settings {
 
 namespace {
 
-constexpr char kModule[] = "src/rest_settings";
+constexpr char kLogFile[] = "src/rest_settings";
 constexpr char kLockName[] = "rest_settings_put";
 constexpr unsigned kSendLimitMs = 5000;
 constexpr unsigned kAnswerLimitMs = 20000;
 
-#define PUT_LOG(level, ...) \
-  logInternal("orvo_cgi", kModule, "handle_put", __LINE__, level, 0, 0, __VA_ARGS__)
-
-Variant const* at(Variant& body, char const* path, VariantType type) {
+Variant const* at(Variant const& body, char const* path, orvo::variant::VariantType type) {
   return body.GetKeyChain(type, path, false);
 }
 
@@ -42,25 +42,37 @@ Variant& slotAt(Variant& root, std::string const& path) {
 }
 
 // Copies the body's string at `path` (when there is one) to `target`.
-void copyIfPresent(Variant& body, char const* path, Variant& message, char const* target) {
+void copyIfPresent(Variant const& body, char const* path, Variant& message, char const* target) {
   if (Variant const* value = at(body, path, orvo::variant::VT_STRING)) {
     slotAt(message, target) = *value;
   }
 }
 
-// One daemon section of the body, copied whole into its message class.
+// A daemon section of the body, copied whole into its message class.
 template <class Message>
-bool sendSection(BlockingIpcWrapper& bus, Variant& body, char const* section,
-                 char const* service) {
-  Variant const* content = at(body, section, orvo::variant::VT_ANY);
-  if (content == nullptr) return true;
-  Message message(*content);
+BaseRequestMessage sectionMessage(Variant const& content) {
+  Message message(content);
   message.NormalizeFields();
-  return bus.sendRequest(service, message);
+  return message;
 }
 
-// Messages 7 and 8: the device's identity and the credentials.
-bool sendDeviceSections(BlockingIpcWrapper& bus, Variant& body) {
+struct Section {
+  char const* key;
+  char const* daemon;
+  BaseRequestMessage (*make)(Variant const& content);
+};
+
+constexpr Section kSections[] = {
+    {"isp", daemons::kIspServer, sectionMessage<ChangeIspSettings>},
+    {"av", daemons::kStreamer, sectionMessage<ChangeVideoSettings>},
+    {"osd", daemons::kOsd, sectionMessage<ChangeOsdSettings>},
+    {"nvr", daemons::kNvr, sectionMessage<ChangeNvrSettings>},
+    {"analytics", daemons::kAnalytics, sectionMessage<ChangeAnalyticsSettings>},
+    {"soundled", daemons::kSoundsLeds, sectionMessage<ChangeSoundLedSettings>},
+};
+
+// The device's identity, when the body names any part of it.
+bool identityMessage(Variant const& body, BaseRequestMessage& out) {
   static char const* const kIdentityKeys[] = {"name", "timezone", "region"};
   ChangeDeviceSettings identity;
   bool anyIdentity = false;
@@ -71,50 +83,47 @@ bool sendDeviceSections(BlockingIpcWrapper& bus, Variant& body) {
       anyIdentity = true;
     }
   }
-  if (anyIdentity) {
-    identity.NormalizeFields();
-    if (!bus.sendRequest("orvo_ctlserver", identity)) return false;
-  }
-  Variant const* auth = at(body, "device/auth", orvo::variant::VT_OBJECT);
-  if (auth == nullptr) return true;
-  ChangeUsernamePassword credentials(*auth);
-  credentials.NormalizeFields();
-  return bus.sendRequest("orvo_ctlserver", credentials);
+  if (!anyIdentity) return false;
+  identity.NormalizeFields();
+  out = identity;
+  return true;
 }
 
-bool sendAll(BlockingIpcWrapper& bus, Variant& body) {
-  if (!sendSection<ChangeIspSettings>(bus, body, "isp", "orvo_ispserver") ||
-      !sendSection<ChangeVideoSettings>(bus, body, "av", "orvo_streamer") ||
-      !sendSection<ChangeOsdSettings>(bus, body, "osd", "orvo_osd") ||
-      !sendSection<ChangeNvrSettings>(bus, body, "nvr", "orvo_nvr") ||
-      !sendSection<ChangeAnalyticsSettings>(bus, body, "analytics", "orvo_analytics") ||
-      !sendSection<ChangeSoundLedSettings>(bus, body, "soundled", "orvo_sounds_leds") ||
-      !sendDeviceSections(bus, body)) {
-    PUT_LOG(3, "Unable to send the IPC request");
-    return false;
+// Every message the body asks for, in sending order: the daemon sections,
+// the identity and the credentials, and the network change, which is sent
+// even for an empty body (it then changes nothing).
+std::vector<std::pair<char const*, BaseRequestMessage>> messagesFor(Variant const& body) {
+  std::vector<std::pair<char const*, BaseRequestMessage>> out;
+  for (Section const& section : kSections) {
+    if (Variant const* content = at(body, section.key, orvo::variant::VT_ANY)) {
+      out.emplace_back(section.daemon, section.make(*content));
+    }
   }
-  ChangeNetworkSettings network(networkChangeFromBody(body));
-  if (!bus.sendRequest("orvo_networkd", network)) {
-    PUT_LOG(3, "Unable to send the IPC request");
-    return false;
+  BaseRequestMessage identity;
+  if (identityMessage(body, identity)) out.emplace_back(daemons::kCtlServer, identity);
+  if (Variant const* auth = at(body, "device/auth", orvo::variant::VT_OBJECT)) {
+    ChangeUsernamePassword credentials(*auth);
+    credentials.NormalizeFields();
+    out.emplace_back(daemons::kCtlServer, credentials);
   }
-  if (at(body, "controller", orvo::variant::VT_ANY) == nullptr) return true;
-  Variant const* address = at(body, "controller/addr", orvo::variant::VT_STRING);
-  if (address == nullptr || static_cast<std::string const&>(*address).empty()) {
-    PUT_LOG(4, "controller addr must be non-empty");
+  out.emplace_back(daemons::kNetworkd, networkChangeFromBody(body));
+  return out;
+}
+
+// The adoption, last, when the body names a controller with an address.
+bool sendAdoption(DaemonBatch& batch, Variant const& body) {
+  if (!body.Has(orvo::variant::VT_ANY, "controller")) return true;
+  if (body.StringAt("controller/addr").empty()) {
+    ORVO_LOG("handle_put", LOG_WARNING, 0, "controller addr must be non-empty");
     return true;
   }
   Adopt adoption(adoptionFromBody(body));
-  if (!bus.sendRequest("orvo_avclient", adoption)) {
-    PUT_LOG(3, "Unable to send the IPC request");
-    return false;
-  }
-  return true;
+  return batch.send({{daemons::kAvclient, &adoption}});
 }
 
 }  // namespace
 
-Variant networkChangeFromBody(Variant& body) {
+Variant networkChangeFromBody(Variant const& body) {
   ChangeNetworkSettings message;
   message.functionName();
   message["responseExpected"] = false;
@@ -148,7 +157,7 @@ Variant networkChangeFromBody(Variant& body) {
   return message;
 }
 
-Variant adoptionFromBody(Variant& body) {
+Variant adoptionFromBody(Variant const& body) {
   Adopt message;
   message["protocol"] = "wss";
   Variant const* address = at(body, "controller/addr", orvo::variant::VT_STRING);
@@ -160,7 +169,7 @@ Variant adoptionFromBody(Variant& body) {
 }
 
 // "device.firstTimeUse" can only be cleared, never set again.
-std::vector<std::string> systemCfgArguments(Variant& body) {
+std::vector<std::string> systemCfgArguments(Variant const& body) {
   std::vector<std::string> args{kSystemCfgFlash};
   Variant const* firstTimeUse = at(body, "device/firstTimeUse", orvo::variant::VT_BOOL);
   if (firstTimeUse && !firstTimeUse->AsBool()) {
@@ -175,35 +184,39 @@ std::vector<std::string> systemCfgArguments(Variant& body) {
   return args;
 }
 
-int handle_put(orvo::cgi::CGIRequest const& request, orvo::cgi::CGIResponse& response) {
+int handle_put(cgi::CGIRequest const& request, cgi::CGIResponse& response) {
   InterProcessMutex mutex(kLockName, false);
-  if (!orvo::cgi::lock(kLockName, mutex, response)) return response.Commit();
+  if (!cgi::lock(kLockName, mutex, response)) return response.Commit();
 
-  response.SetHttpHeader("Status", "400");
+  response.SetStatus(cgi::kHttpBadRequest);
   if (!is_valid_put_request(request)) {
-    PUT_LOG(3, "Invalid request");
+    ORVO_LOG("handle_put", LOG_ERR, 0, "Invalid request");
     return -1;
   }
-  response.SetHttpHeader("Status", "500");
-  Variant body = request.Json();
-  BlockingIpcWrapper bus(kLockName);
-  if (!bus.init()) {
-    PUT_LOG(3, "Failed to init IPC handler");
-    return 0;
-  }
-  if (!sendAll(bus, body)) return -1;
+  response.SetStatus(cgi::kHttpInternalError);
+  Variant const& body = request.Json();
+  DaemonBatch batch(kLockName, {kLogFile, "handle_put"});
+  if (!batch.init()) return 0;
+  std::vector<std::pair<char const*, BaseRequestMessage>> messages = messagesFor(body);
+  std::vector<BatchRequest> requests;
+  for (auto& [daemon, message] : messages) requests.push_back({daemon, &message});
+  if (!batch.send(requests) || !sendAdoption(batch, body)) return -1;
 
-  bus.waitAllRequestsSent(kSendLimitMs);
-  if (!bus.waitAllResponsesReceived(kAnswerLimitMs)) PUT_LOG(3, "Failed to apply IPC settings");
-  if (!bus.allRequestsSucceed()) PUT_LOG(3, "At least one IPC request failed");
+  batch.waitSent(kSendLimitMs);
+  if (!batch.waitAnswered(kAnswerLimitMs)) {
+    ORVO_LOG("handle_put", LOG_ERR, 0, "Failed to apply IPC settings");
+  }
+  if (!batch.allSucceeded()) ORVO_LOG("handle_put", LOG_ERR, 0, "At least one IPC request failed");
 
   std::vector<std::string> const args = systemCfgArguments(body);
   if (args.size() >= 3) {
     if (orvo::utils::sysExecSimple(kSystemCfgTool, args) != 0) {
-      PUT_LOG(3, "Failed to execute orvo_system_cfg");
+      ORVO_LOG("handle_put", LOG_ERR, 0, "Failed to execute orvo_system_cfg");
       return -1;
     }
   }
-  response.SetHttpHeader("Status", "200");
+  response.SetStatus(cgi::kHttpOk);
   return response.Commit();
 }
+
+}  // namespace orvo::rest::settings

@@ -4,32 +4,28 @@
 // client's state file.
 #include "rest_status.h"
 
-#include <syslog.h>
-
 #include "handlers.h"
+#include "messages/daemons.h"
 #include "messages/network.h"
-#include "orvo/log.h"
 #include "orvo/utils/paths.h"
 #include "orvo/utils/stats.h"
 #include "orvo/utils/system_cfg.h"
 #include "orvo/utils/temperature.h"
 #include "orvo/variant/camera_info.h"
+#include "rest_log.h"
 #include "utils.h"
 
 using orvo::variant::CameraInfo;
 using orvo::variant::Variant;
-using orvo::variant::VT_INT64;
-using orvo::variant::VT_STRING;
+
+namespace orvo::rest::status {
+
+constexpr char kLogFile[] = "src/rest_status";
 
 namespace {
 
-constexpr char kModule[] = "src/rest_status";
 constexpr char kAvclientStatePath[] = "/etc/avclient_state.json";
-constexpr char kNetworkDaemon[] = "orvo_networkd";
 constexpr unsigned kNetworkStatusTimeoutMs = 5000;
-
-#define STATUS_LOG(function, ...) \
-  logInternal("orvo_cgi", kModule, function, __LINE__, 3, 0, 0, __VA_ARGS__)
 
 // JSON key and description key of every feature flag, in document order.
 struct FeatureRow {
@@ -56,16 +52,6 @@ constexpr FeatureRow kFeatures[] = {
     {"touchFocus", &CameraInfo::feature_touch_focus},
     {"adjustableIR", &CameraInfo::feature_adjustable_ir},
 };
-
-std::string replyString(Variant& reply, char const* key, char const* fallback = "") {
-  Variant const* value = reply.GetKeyChain(VT_STRING, key, false);
-  return value ? static_cast<std::string const&>(*value) : std::string(fallback);
-}
-
-long replyInteger(Variant& reply, char const* key, long fallback) {
-  Variant const* value = reply.GetKeyChain(VT_INT64, key, false);
-  return value ? static_cast<long>(*value) : fallback;
-}
 
 // Closes the statistics handle on every way out of the builder.
 class StatsHandle {
@@ -115,20 +101,20 @@ Variant systemSection(orvo::utils::SystemStats const& stats) {
 // Station details only when associated as a client.
 Variant wifiSection(Variant& reply) {
   Variant wifi;
-  std::string const mode = replyString(reply, "wlanMode");
+  std::string const mode = reply.StringAt("wlanMode");
   wifi["mode"] = mode;
   if (mode != "station") return wifi;
-  wifi["ssid"] = replyString(reply, "essid");
-  wifi["bssid"] = replyString(reply, "bssid");
-  wifi["channel"] = replyInteger(reply, "channel", -1);
-  wifi["keyManagement"] = replyString(reply, "keyManagement");
-  wifi["quality"] = replyInteger(reply, "quality", 0);
-  wifi["qualityMax"] = replyInteger(reply, "qualityMax", 1);
-  wifi["signal"] = replyInteger(reply, "signalLevel", 0);
-  wifi["noise"] = replyInteger(reply, "noiseLevel", 0);
-  wifi["frequency"] = replyInteger(reply, "frequency", 0);
-  wifi["txpower"] = replyInteger(reply, "txpower", 0);
-  wifi["connectionState"] = replyString(reply, "connectionStateDescription", "UNKNOWN");
+  wifi["ssid"] = reply.StringAt("essid");
+  wifi["bssid"] = reply.StringAt("bssid");
+  wifi["channel"] = reply.IntAt("channel", -1);
+  wifi["keyManagement"] = reply.StringAt("keyManagement");
+  wifi["quality"] = reply.IntAt("quality", 0);
+  wifi["qualityMax"] = reply.IntAt("qualityMax", 1);
+  wifi["signal"] = reply.IntAt("signalLevel", 0);
+  wifi["noise"] = reply.IntAt("noiseLevel", 0);
+  wifi["frequency"] = reply.IntAt("frequency", 0);
+  wifi["txpower"] = reply.IntAt("txpower", 0);
+  wifi["connectionState"] = reply.StringAt("connectionStateDescription", "UNKNOWN");
   return wifi;
 }
 
@@ -136,12 +122,12 @@ Variant networkSection(Variant& reply, std::string const& nic,
                        orvo::utils::SystemStats const& stats) {
   Variant network;
   network["nic"] = nic;
-  network["ip"] = replyString(reply, "ipAddress");
-  network["gw"] = replyString(reply, "gateway");
-  network["mask"] = replyString(reply, "networkMask");
-  network["dns"] = replyString(reply, "dnsServer");
-  network["speed"] = replyInteger(reply, "linkSpeedMbps", 0);
-  network["leaseTime"] = replyInteger(reply, "dhcpLeasetime", 0);
+  network["ip"] = reply.StringAt("ipAddress");
+  network["gw"] = reply.StringAt("gateway");
+  network["mask"] = reply.StringAt("networkMask");
+  network["dns"] = reply.StringAt("dnsServer");
+  network["speed"] = reply.IntAt("linkSpeedMbps", 0);
+  network["leaseTime"] = reply.IntAt("dhcpLeasetime", 0);
   for (uint32_t i = 0; i < stats.interfaceCount && i < orvo::utils::kMaxStatsInterfaces; ++i) {
     if (nic == stats.interfaces[i].name) {
       network["bytesRx"] = static_cast<unsigned long>(stats.interfaces[i].bytesRx);
@@ -159,7 +145,7 @@ bool addTemperature(Variant& system) {
     case orvo::utils::TemperatureRead::kNoSensor:
       return true;
     case orvo::utils::TemperatureRead::kFailed:
-      STATUS_LOG("RestGetStatus", "Failed to read temperature");
+      ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to read temperature");
       return false;
     case orvo::utils::TemperatureRead::kRead:
       system["temperature"] = static_cast<long>(celsius);
@@ -172,9 +158,9 @@ bool queryNetworkStatus(Variant& reply) {
   orvo::ipc::messages::NetworkStatus message;
   message.functionName();  // the daemon dispatches on it
   message["responseExpected"] = true;
-  if (!sendIpcBlockingWrapper("rest_status", kNetworkDaemon, message, &reply, true,
+  if (!sendIpcBlockingWrapper("rest_status", daemons::kNetworkd, message, &reply, true,
                               kNetworkStatusTimeoutMs)) {
-    STATUS_LOG("RestGetStatus", "Failed to query NetworkStatus");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to query NetworkStatus");
     return false;
   }
   return true;
@@ -186,13 +172,13 @@ bool deviceSection(SystemCfgManager const& config, CameraInfo& info, Variant& de
   int firstTimeUse = 0;
   bool notSet = false;
   if (!config.get("device.firstTimeUse", &firstTimeUse, &notSet)) {
-    STATUS_LOG("RestGetStatus", "Failed to get device.firstTimeUse value");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to get device.firstTimeUse value");
     return false;
   }
   device["firstTimeUse"] = notSet || firstTimeUse != 0;
   std::string language;
   if (!config.get("device.language", &language, &notSet)) {
-    STATUS_LOG("RestGetStatus", "Failed to get device.language value");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to get device.language value");
     return false;
   }
   device["language"] = notSet ? std::string("en-US") : language;
@@ -205,7 +191,7 @@ bool deviceSection(SystemCfgManager const& config, CameraInfo& info, Variant& de
 bool RestGetStatus_0_1(Variant& reply) {
   CameraInfo info;
   if (!info.Init()) {
-    STATUS_LOG("RestGetStatus_0_1", "Failed to initialize CameraInfo manager");
+    ORVO_LOG("RestGetStatus_0_1", LOG_ERR, 0, "Failed to initialize CameraInfo manager");
     return false;
   }
   reply["mac"] = info.hwaddrColons();
@@ -217,17 +203,17 @@ bool RestGetStatus_0_1(Variant& reply) {
 bool RestGetStatus(CGIRequest const& request, Variant& reply) {
   CameraInfo info;
   if (!info.Init()) {
-    STATUS_LOG("RestGetStatus", "Failed to initialize CameraInfo manager");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to initialize CameraInfo manager");
     return false;
   }
   StatsHandle statsHandle;
   if (!statsHandle.open()) {
-    STATUS_LOG("RestGetStatus", "Failed to initialize systems stats library");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to initialize systems stats library");
     return false;
   }
   orvo::utils::SystemStats stats;
   if (orvo::utils::GetSystemStats(statsHandle.get(), &stats) != 0) {
-    STATUS_LOG("RestGetStatus", "Failed to get system stats");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to get system stats");
     return false;
   }
   Variant board = boardSection(info);
@@ -238,9 +224,9 @@ bool RestGetStatus(CGIRequest const& request, Variant& reply) {
 
   Variant networkReply;
   if (!queryNetworkStatus(networkReply)) return false;
-  std::string const nic = replyString(networkReply, "defaultInterface");
+  std::string const nic = networkReply.StringAt("defaultInterface");
   if (nic.empty()) {
-    STATUS_LOG("RestGetStatus", "Failed to read NIC properties");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to read NIC properties");
     return false;
   }
   Variant wifi;
@@ -249,7 +235,7 @@ bool RestGetStatus(CGIRequest const& request, Variant& reply) {
 
   SystemCfgManager config;
   if (!config.init()) {
-    STATUS_LOG("RestGetStatus", "Failed to initialize system cfg manager");
+    ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to initialize system cfg manager");
     return false;
   }
   Variant device;
@@ -272,13 +258,16 @@ bool RestGetStatus(CGIRequest const& request, Variant& reply) {
   return true;
 }
 
+}  // namespace orvo::rest::status
+
 ORVO_REST_HANDLER(rest_status_main) {
+  using namespace orvo::rest::status;
   (void)endpoint;
   (void)rest;
   openlog("rest_status", LOG_PID, LOG_LOCAL0);
   setLogFpSts(0);
   if (request.Method() != "GET") {
-    STATUS_LOG("rest_status_main", "Cannot process %s request", request.Method().c_str());
+    ORVO_LOG("rest_status_main", LOG_ERR, 0, "Cannot process %s request", request.Method().c_str());
     return -1;
   }
   Variant document;
@@ -287,10 +276,10 @@ ORVO_REST_HANDLER(rest_status_main) {
   if (!built) return -1;
   std::string text;
   if (!document.ToJSON(text, false)) {
-    STATUS_LOG("rest_status_main", "Failed to convert data to JSON format");
+    ORVO_LOG("rest_status_main", LOG_ERR, 0, "Failed to convert data to JSON format");
     return -1;
   }
-  response.SetHttpHeader("Status", "200");
+  response.SetStatus(orvo::cgi::kHttpOk);
   response.body << text;
   return response.Commit();
 }

@@ -1,15 +1,14 @@
 // GET id=<version>/version: the API version this program speaks.
-#include <syslog.h>
-
 #include "handlers.h"
-#include "orvo/log.h"
+#include "rest_log.h"
 
-namespace {
-constexpr char kModule[] = "src/rest_version";
+namespace orvo::rest::version {
+constexpr char kLogFile[] = "src/rest_version";
 constexpr char kApiVersion[] = "1.2";
-}  // namespace
+}  // namespace orvo::rest::version
 
 ORVO_REST_HANDLER(rest_version_main) {
+  using namespace orvo::rest::version;
   (void)version;
   (void)endpoint;
   (void)rest;
@@ -17,19 +16,18 @@ ORVO_REST_HANDLER(rest_version_main) {
   setLogFpSts(0);
 
   if (request.Method() != "GET") {
-    logInternal("orvo_cgi", kModule, "rest_version_main", __LINE__, 3, 0, 0,
-                "Cannot process %s request", request.Method().c_str());
+    ORVO_LOG("rest_version_main", LOG_ERR, 0, "Cannot process %s request",
+             request.Method().c_str());
     return -1;
   }
   orvo::variant::Variant answer;
   answer["version"] = kApiVersion;
   std::string text;
   if (!answer.ToJSON(text, false)) {
-    logInternal("orvo_cgi", kModule, "rest_version_main", __LINE__, 3, 0, 0,
-                "Failed to convert data to JSON format");
+    ORVO_LOG("rest_version_main", LOG_ERR, 0, "Failed to convert data to JSON format");
     return -1;
   }
-  response.SetHttpHeader("Status", "200");
+  response.SetStatus(orvo::cgi::kHttpOk);
   response.body << text;
   return response.Commit();
 }

@@ -11,7 +11,7 @@
 
 using orvo::variant::Variant;
 
-namespace rest_access {
+namespace orvo::rest::access {
 
 namespace {
 
@@ -84,4 +84,4 @@ bool fileExists(std::string const& path, bool regularOnly) {
   return !regularOnly || S_ISREG(info.st_mode);
 }
 
-}  // namespace rest_access
+}  // namespace orvo::rest::access

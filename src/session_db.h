@@ -10,7 +10,7 @@
 
 #include "orvo/variant/variant.h"
 
-namespace rest_access {
+namespace orvo::rest::access {
 
 constexpr char kSessionDbPath[] = "/tmp/.rest_0_1.db";  // device path
 constexpr char kSessionDbMutex[] = ".rest_0_1_db";
@@ -55,4 +55,4 @@ SessionCheck checkSession(orvo::variant::Variant const& db, std::string const& i
 // Whether `path` exists; with `regularOnly` it must be a regular file.
 bool fileExists(std::string const& path, bool regularOnly);
 
-}  // namespace rest_access
+}  // namespace orvo::rest::access

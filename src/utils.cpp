@@ -1,12 +1,14 @@
 #include "utils.h"
 
 #include "orvo/ipc/bus.h"
-#include "orvo/log.h"
+#include "rest_log.h"
 
 using orvo::ipc::messages::BaseRequestMessage;
 using orvo::variant::Variant;
 
 namespace {
+
+constexpr char kLogFile[] = "src/utils";
 
 // The boolean field rule of the message header: absent or not a boolean
 // reads as false, and false is then written into the message.
@@ -27,13 +29,13 @@ bool sendIpcBlockingWrapper(std::string const& source, std::string const& destin
                             BaseRequestMessage& message, Variant* response, bool flag,
                             unsigned int timeoutMs) {
   if (readResponseExpected(message) && response == nullptr) {
-    ORVO_LOG("src/utils", "sendIpcBlockingWrapper", 3, 0,
+    ORVO_LOG("sendIpcBlockingWrapper", LOG_ERR, 0,
              "Request expecting a response, but response variable passed is NULL");
     return false;
   }
   if (!orvo::ipc::BlockingIpcHandler::sendIpcBlocking(orvo::ipc::appendSuffix(source), destination,
                                                        message, response, flag, timeoutMs)) {
-    ORVO_LOG("src/utils", "sendIpcBlockingWrapper", 3, 0, "Unable to send IPC to %s",
+    ORVO_LOG("sendIpcBlockingWrapper", LOG_ERR, 0, "Unable to send IPC to %s",
              destination.c_str());
     return false;
   }

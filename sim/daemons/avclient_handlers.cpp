@@ -63,7 +63,7 @@ Variant changeState(std::string const& daemon, Change change) {
 
 bool publishAvclientState() {
   Variant state;
-  if (!readState(kAvclientDaemon, state)) return false;
+  if (!readState(daemons::kAvclient, state)) return false;
   return makeFolders(orvo::utils::devicePath(kStateFolder)) &&
          publicView(state).ToJSONFile(orvo::utils::devicePath(kStateFile), false);
 }
@@ -93,7 +93,7 @@ Variant adopt(std::string const& daemon, Variant const& request) {
 // adoption flag alone, without a controller to talk to. Controller, hosts and
 // uuid stay as they are; a camera let go waits to be adopted again.
 bool setAdoption(bool adopted) {
-  Variant const answer = changeState(kAvclientDaemon, [adopted](Variant& state) {
+  Variant const answer = changeState(daemons::kAvclient, [adopted](Variant& state) {
     state["adopted"] = adopted;
     state["state"] = adopted ? "connecting" : "waiting";
     if (adopted && stringMember(state, "uuid").empty()) state["uuid"] = randomUuid();

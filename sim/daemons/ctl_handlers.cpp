@@ -64,7 +64,7 @@ Variant startOrStopService(std::string const& daemon, Variant const& request) {
 // A real camera restarts after this; the simulated one just forgets.
 Variant resetToDefaults(std::string const&, Variant const&) {
   bool allReset = true;
-  for (char const* daemon : kDaemonNames) allReset = resetState(daemon) && allReset;
+  for (char const* daemon : daemons::kAll) allReset = resetState(daemon) && allReset;
   allReset = publishAvclientState() && allReset;
   if (!allReset) return errorAnswer("not every daemon could be reset");
   Variant answer;

@@ -10,31 +10,31 @@ using orvo::variant::Variant;
 namespace {
 
 constexpr FunctionEntry kFunctions[] = {
-    {kNetworkDaemon, "NetworkStatus", &networkStatus},
-    {kNetworkDaemon, "ChangeNetworkSettings", &changeNetworkSettings},
-    {kNetworkDaemon, "TestAndApplyNetworkSettings", &changeNetworkSettings},
-    {kNetworkDaemon, "ScanAP", &scanAccessPoints},
-    {kIspDaemon, "ChangeIspSettings", &changeSettings},
-    {kIspDaemon, "ResetIspSettings", &resetIspSettings},
-    {kStreamerDaemon, "ChangeVideoSettings", &changeSettings},
-    {kOsdDaemon, "ChangeOsdSettings", &changeSettings},
-    {kNvrDaemon, "ChangeNvrSettings", &changeSettings},
-    {kAnalyticsDaemon, "ChangeAnalyticsSettings", &changeSettings},
-    {kSoundsLedsDaemon, "ChangeSoundLedSettings", &changeSettings},
-    {kCtlDaemon, "StartService", &startOrStopService},
-    {kCtlDaemon, "StopService", &startOrStopService},
-    {kCtlDaemon, "ResetToDefaults", &resetToDefaults},
-    {kCtlDaemon, "ChangeDeviceSettings", &changeDeviceSettings},
-    {kCtlDaemon, "ChangeUsernamePassword", &changeUsernamePassword},
-    {kAvclientDaemon, "GetAvclientState", &avclientState},
-    {kAvclientDaemon, "Adopt", &adopt},
-    {kAvclientDaemon, "CancelWait", &cancelWait},
+    {daemons::kNetworkd, "NetworkStatus", &networkStatus},
+    {daemons::kNetworkd, "ChangeNetworkSettings", &changeNetworkSettings},
+    {daemons::kNetworkd, "TestAndApplyNetworkSettings", &changeNetworkSettings},
+    {daemons::kNetworkd, "ScanAP", &scanAccessPoints},
+    {daemons::kIspServer, "ChangeIspSettings", &changeSettings},
+    {daemons::kIspServer, "ResetIspSettings", &resetIspSettings},
+    {daemons::kStreamer, "ChangeVideoSettings", &changeSettings},
+    {daemons::kOsd, "ChangeOsdSettings", &changeSettings},
+    {daemons::kNvr, "ChangeNvrSettings", &changeSettings},
+    {daemons::kAnalytics, "ChangeAnalyticsSettings", &changeSettings},
+    {daemons::kSoundsLeds, "ChangeSoundLedSettings", &changeSettings},
+    {daemons::kCtlServer, "StartService", &startOrStopService},
+    {daemons::kCtlServer, "StopService", &startOrStopService},
+    {daemons::kCtlServer, "ResetToDefaults", &resetToDefaults},
+    {daemons::kCtlServer, "ChangeDeviceSettings", &changeDeviceSettings},
+    {daemons::kCtlServer, "ChangeUsernamePassword", &changeUsernamePassword},
+    {daemons::kAvclient, "GetAvclientState", &avclientState},
+    {daemons::kAvclient, "Adopt", &adopt},
+    {daemons::kAvclient, "CancelWait", &cancelWait},
 };
 
 }  // namespace
 
 bool isDaemonName(std::string const& name) {
-  for (char const* daemon : kDaemonNames) {
+  for (char const* daemon : daemons::kAll) {
     if (name == daemon) return true;
   }
   return false;

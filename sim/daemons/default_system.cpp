@@ -62,11 +62,11 @@ struct DefaultText {
 };
 
 constexpr DefaultText kDefaults[] = {
-    {kNetworkDaemon, kNetworkDefaults},     {kIspDaemon, kIspDefaults},
-    {kStreamerDaemon, kStreamerDefaults},   {kOsdDaemon, kOsdDefaults},
-    {kNvrDaemon, kNvrDefaults},             {kAnalyticsDaemon, kAnalyticsDefaults},
-    {kSoundsLedsDaemon, kSoundsLedsDefaults}, {kCtlDaemon, kCtlserverDefaults},
-    {kAvclientDaemon, kAvclientDefaults},
+    {daemons::kNetworkd, kNetworkDefaults},     {daemons::kIspServer, kIspDefaults},
+    {daemons::kStreamer, kStreamerDefaults},   {daemons::kOsd, kOsdDefaults},
+    {daemons::kNvr, kNvrDefaults},             {daemons::kAnalytics, kAnalyticsDefaults},
+    {daemons::kSoundsLeds, kSoundsLedsDefaults}, {daemons::kCtlServer, kCtlserverDefaults},
+    {daemons::kAvclient, kAvclientDefaults},
 };
 
 }  // namespace

@@ -52,7 +52,7 @@ int serve(std::string const& daemon) {
     std::fprintf(stderr, "orvo_simd: cannot create the state of %s\n", daemon.c_str());
     return 1;
   }
-  if (daemon == orvo::sim::kAvclientDaemon) orvo::sim::publishAvclientState();
+  if (daemon == orvo::daemons::kAvclient) orvo::sim::publishAvclientState();
   orvo::sim::SimDaemon server(daemon);
   if (!server.listen()) {
     std::fprintf(stderr, "orvo_simd: %s cannot listen on the bus\n", daemon.c_str());
@@ -81,9 +81,9 @@ bool parseLatency(char const* text, unsigned& ms) {
 // Adoption is the A/V client's state, not a delivery control: it goes to the
 // state file and the published view, like an Adopt request would.
 int setAdopted(std::string const& daemon, std::string const& value) {
-  if (daemon != orvo::sim::kAvclientDaemon) {
+  if (daemon != orvo::daemons::kAvclient) {
     std::fprintf(stderr, "orvo_simd: adopted is a control of %s only, not of %s\n",
-                 orvo::sim::kAvclientDaemon, daemon.c_str());
+                 orvo::daemons::kAvclient, daemon.c_str());
     return 2;
   }
   if (value != "true" && value != "false") {
@@ -113,7 +113,7 @@ int control(std::string const& daemon, std::string const& what, char const* valu
 
 int resetAll() {
   orvo::variant::Variant none;
-  orvo::variant::Variant const answer = orvo::sim::resetToDefaults(orvo::sim::kCtlDaemon, none);
+  orvo::variant::Variant const answer = orvo::sim::resetToDefaults(orvo::daemons::kCtlServer, none);
   return answer.GetKeyChain(orvo::variant::VT_ANY, "error", false) == nullptr ? 0 : 1;
 }
 

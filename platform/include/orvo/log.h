@@ -4,6 +4,8 @@
 // can read what was logged.
 #pragma once
 
+#include <syslog.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -21,6 +23,11 @@ void setLogFpSts(int enabled);
 }
 #endif
 
-// Convenience for the program's own modules: the tag is always "orvo_cgi".
-#define ORVO_LOG(file, function, level, err, ...) \
-  logInternal("orvo_cgi", (file), (function), __LINE__, (level), (err), 0, __VA_ARGS__)
+// Every record of a module goes through ORVO_LOG: the file names its tag and
+// its module path once, as `kLogTag` and `kLogFile` in scope, and each call
+// gives the step that logs, a syslog priority (LOG_ERR, LOG_WARNING,
+// LOG_INFO), the error number (errno where a system call failed, else 0)
+// and the message:
+//   ORVO_LOG("handle_get", LOG_ERR, 0, "Failed to init IPC handler");
+#define ORVO_LOG(function, level, err, ...) \
+  logInternal(kLogTag, kLogFile, (function), __LINE__, (level), (err), 0, __VA_ARGS__)

@@ -9,7 +9,7 @@ namespace variant {
 
 namespace {
 
-constexpr char kLogTag[] = "orvo_cgi";
+constexpr char kLogTag[] = "orvo_variant";
 constexpr char kLogFile[] = "orvo/variant/camera_info.h";
 
 bool isObject(Variant const& value) { return value.Type() == VT_OBJECT; }
@@ -17,7 +17,7 @@ bool isObject(Variant const& value) { return value.Type() == VT_OBJECT; }
 // Logged with the key in the function-name field, so the record names the
 // missing piece of the description.
 [[noreturn]] void crashOn(char const* key, char const* text) {
-  logInternal(kLogTag, kLogFile, key, __LINE__, 3, 0, 0, "%s", text);
+  ORVO_LOG(key, LOG_ERR, 0, "%s", text);
   orvo::utils::forceCrash();
 }
 
@@ -47,7 +47,7 @@ bool CameraInfo::Init() {
 
 Variant const& CameraInfo::strict(char const* key, InfoClass kind) const {
   if (!isObject(*this)) {
-    logInternal(kLogTag, kLogFile, key, __LINE__, 3, 0, 0, "Invalid variant type detected");
+    ORVO_LOG(key, LOG_ERR, 0, "Invalid variant type detected");
     orvo::utils::forceCrash();
   }
   Variant const* value = GetKeyChain(VT_ANY, key, false);

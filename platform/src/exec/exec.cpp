@@ -20,6 +20,8 @@ namespace utils {
 
 namespace {
 
+constexpr char kLogTag[] = "orvo_utils";
+constexpr char kLogFile[] = "platform/exec";
 constexpr char kNullDevice[] = "/dev/null";
 
 // Standard input and output of the child go to /dev/null; standard error
@@ -56,8 +58,7 @@ int sysExecSimple(char const* path, std::vector<std::string> const& args) {
                   : EINVAL;
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
-    logInternal("orvo_utils", "platform/exec", "sysExecSimple", __LINE__, 3, error, 0,
-                "Cannot start %s", program.c_str());
+    ORVO_LOG("sysExecSimple", LOG_ERR, error, "Cannot start %s", program.c_str());
     return -1;
   }
   return waitFor(child);

@@ -24,7 +24,7 @@ UriParserLibrary const& uriParserLibrary() {
     UriParserLibrary loaded;
     void* handle = dlopen(kUriParserLibrary, RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
-      logInternal("orvo_cgi", "orvo/variant/uri", "FromString", __LINE__, 3, 0, 0,
+      logInternal("orvo_variant", "orvo/variant/uri", "FromString", __LINE__, LOG_ERR, 0, 0,
                   "Cannot load %s: %s", kUriParserLibrary, dlerror());
       return loaded;
     }

@@ -137,6 +137,25 @@ Variant* Variant::GetKeyChain(VariantType type, std::string const& path, bool ig
   return GetKeyChain(type, path.c_str(), ignoreCase);
 }
 
+std::string Variant::StringAt(char const* path, std::string const& fallback) const {
+  Variant const* value = GetKeyChain(VT_STRING, path, false);
+  return value ? value->string_ : fallback;
+}
+
+int64_t Variant::IntAt(char const* path, int64_t fallback) const {
+  Variant const* value = GetKeyChain(VT_INT64, path, false);
+  return value ? static_cast<long>(*value) : fallback;
+}
+
+bool Variant::BoolAt(char const* path, bool fallback) const {
+  Variant const* value = GetKeyChain(VT_BOOL, path, false);
+  return value ? value->scalar_.b : fallback;
+}
+
+bool Variant::Has(VariantType type, char const* path) const {
+  return GetKeyChain(type, path, false) != nullptr;
+}
+
 std::size_t Variant::KeysCount() const {
   if (type_ == VT_ARRAY) return array_->size();
   return StringKeysCount();

@@ -13,7 +13,7 @@
 
 namespace {
 
-using namespace rest_access;
+using namespace orvo::rest::access;
 
 std::string btmpFile() { return accesstest::testRoot() + kBtmpPath; }
 

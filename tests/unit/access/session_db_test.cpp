@@ -10,7 +10,7 @@
 namespace {
 
 using orvo::variant::Variant;
-using namespace rest_access;
+using namespace orvo::rest::access;
 
 TEST(SessionDbParse, EmptyOrNonObjectIsAnEmptyDatabase) {
   for (std::string text : std::vector<std::string>{"", "  \n", "[]", "[1,2]", "5", "\"x\"", "null", "{}"}) {

@@ -5,6 +5,7 @@
 #include "status_test_support.h"
 
 using orvo::variant::Variant;
+using namespace orvo::rest::settings;
 
 namespace {
 

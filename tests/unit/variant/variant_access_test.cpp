@@ -215,3 +215,38 @@ TEST(VariantRemove, KeysAndPaths) {
   EXPECT_TRUE(v.RemoveValue("setup", true));
   EXPECT_EQ(v.KeysCount(), 1u);
 }
+
+TEST(VariantTypedReads, StringAtGivesTheStringOrTheFallback) {
+  Variant const v = Sample();
+  EXPECT_EQ(v.StringAt("network/ip"), "10.0.0.2");
+  EXPECT_EQ(v.StringAt("network/dns/1"), "8.8.8.8");
+  EXPECT_EQ(v.StringAt("network/port"), "");              // a number is not a string
+  EXPECT_EQ(v.StringAt("network/missing", "none"), "none");
+  EXPECT_EQ(v.StringAt("setup/wifissid", "x"), "x");       // exact case only
+}
+
+TEST(VariantTypedReads, IntAtReadsAnyNumberAndNothingElse) {
+  Variant v = Sample();
+  v["big"] = 1.9e3;
+  EXPECT_EQ(v.IntAt("network/port"), 80);
+  EXPECT_EQ(v.IntAt("big"), 1900);
+  EXPECT_EQ(v.IntAt("network/ip", -1), -1);
+  EXPECT_EQ(v.IntAt("network/up", -1), -1);                // a boolean is not a number
+  EXPECT_EQ(v.IntAt("nowhere", 7), 7);
+}
+
+TEST(VariantTypedReads, BoolAtReadsOnlyBooleans) {
+  Variant const v = Sample();
+  EXPECT_TRUE(v.BoolAt("network/up"));
+  EXPECT_TRUE(v.BoolAt("network/port", true));             // a number is not a boolean
+  EXPECT_FALSE(v.BoolAt("network/ip"));
+}
+
+TEST(VariantTypedReads, HasTellsTypeAndPresence) {
+  Variant const v = Sample();
+  EXPECT_TRUE(v.Has(vt::VT_OBJECT, "network"));
+  EXPECT_TRUE(v.Has(vt::VT_ANY, "time"));
+  EXPECT_TRUE(v.Has(vt::VT_INT64, "network/port"));
+  EXPECT_FALSE(v.Has(vt::VT_STRING, "network/port"));
+  EXPECT_FALSE(v.Has(vt::VT_ANY, "network/gone"));
+}

@@ -158,6 +158,15 @@ class Variant {
   Variant const* GetKeyChain(VariantType type, std::string const& path,
                              bool ignoreCase) const;
 
+  // Typed reads by key path (exact case, steps as in GetKeyChain): the value
+  // at `path` when it has the asked type, else `fallback`. StringAt wants a
+  // string, IntAt any number (converted as the typed reads above convert),
+  // BoolAt a boolean. Has tells whether a value passing `type` is there.
+  std::string StringAt(char const* path, std::string const& fallback = std::string()) const;
+  int64_t IntAt(char const* path, int64_t fallback = 0) const;
+  bool BoolAt(char const* path, bool fallback = false) const;
+  bool Has(VariantType type, char const* path) const;
+
   // Member count of an object, element count of an array, 0 otherwise.
   std::size_t KeysCount() const;
   // Member count of an object (keys that are strings), 0 otherwise.
