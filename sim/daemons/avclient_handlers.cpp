@@ -81,11 +81,11 @@ Variant adopt(std::string const& daemon, Variant const& request) {
     Variant const& hosts = fields["hosts"];
     state["adopted"] = true;
     state["state"] = "connecting";
-    state["protocol"] = stringMember(fields, "protocol");
+    state["protocol"] = fields.StringAt("protocol");
     state["hosts"] = hosts;
     state["host"] = hosts.KeysCount() > 0 ? hosts[0].ToString() : std::string();
-    state["token"] = stringMember(fields, "token");
-    if (stringMember(state, "uuid").empty()) state["uuid"] = randomUuid();
+    state["token"] = fields.StringAt("token");
+    if (state.StringAt("uuid").empty()) state["uuid"] = randomUuid();
   });
 }
 
@@ -96,17 +96,16 @@ bool setAdoption(bool adopted) {
   Variant const answer = changeState(daemons::kAvclient, [adopted](Variant& state) {
     state["adopted"] = adopted;
     state["state"] = adopted ? "connecting" : "waiting";
-    if (adopted && stringMember(state, "uuid").empty()) state["uuid"] = randomUuid();
+    if (adopted && state.StringAt("uuid").empty()) state["uuid"] = randomUuid();
   });
-  return answer.GetKeyChain(orvo::variant::VT_ANY, "error", false) == nullptr;
+  return !answer.Has(orvo::variant::VT_ANY, "error");
 }
 
 // Ends the wait for the controller: an adopted camera connects now.
 Variant cancelWait(std::string const& daemon, Variant const&) {
   return changeState(daemon, [](Variant& state) {
     state["connectRequests"] = static_cast<long>(state["connectRequests"]) + 1;
-    bool const adopted = state.GetKeyChain(orvo::variant::VT_BOOL, "adopted", false) != nullptr &&
-                         state["adopted"].AsBool();
+    bool const adopted = state.BoolAt("adopted");
     state["state"] = adopted ? "connected" : "waiting";
   });
 }

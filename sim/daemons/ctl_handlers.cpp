@@ -43,10 +43,10 @@ std::string applyCredentialChange(std::string const& username, std::string const
 }  // namespace
 
 Variant startOrStopService(std::string const& daemon, Variant const& request) {
-  std::string const functionName = stringMember(request, "functionName");
+  std::string const functionName = request.StringAt("functionName");
   Variant fields;
   normalizedFields(functionName, request, fields);
-  std::string const service = stringMember(fields, "service");
+  std::string const service = fields.StringAt("service");
   bool const running = functionName == "StartService";
   Variant answer;
   bool known = false;
@@ -77,9 +77,9 @@ Variant resetToDefaults(std::string const&, Variant const&) {
 Variant changeUsernamePassword(std::string const&, Variant const& request) {
   Variant fields;
   normalizedFields("ChangeUsernamePassword", request, fields);
-  std::string const username = stringMember(fields, "username");
-  std::string const passwordOld = stringMember(fields, "passwordOld");
-  std::string const passwordNew = stringMember(fields, "passwordNew");
+  std::string const username = fields.StringAt("username");
+  std::string const passwordOld = fields.StringAt("passwordOld");
+  std::string const passwordNew = fields.StringAt("passwordNew");
   bool const changeAsked = username != kUnset || passwordOld != kUnset || passwordNew != kUnset;
   std::string const refusal =
       changeAsked ? applyCredentialChange(username, passwordOld, passwordNew) : std::string();

@@ -40,11 +40,6 @@ bool isDaemonName(std::string const& name) {
   return false;
 }
 
-std::string stringMember(Variant const& value, char const* key) {
-  Variant const* member = value.GetKeyChain(orvo::variant::VT_STRING, key, false);
-  return member != nullptr ? static_cast<std::string>(*member) : std::string();
-}
-
 Variant errorAnswer(std::string const& text) {
   Variant answer;
   answer["error"] = text;
@@ -52,7 +47,7 @@ Variant errorAnswer(std::string const& text) {
 }
 
 Variant handleRequest(std::string const& daemon, Variant const& request) {
-  std::string const functionName = stringMember(request, "functionName");
+  std::string const functionName = request.StringAt("functionName");
   for (FunctionEntry const& entry : kFunctions) {
     if (daemon == entry.daemon && functionName == entry.functionName) {
       return entry.handler(daemon, request);

@@ -24,8 +24,6 @@ struct FunctionEntry {
 orvo::variant::Variant handleRequest(std::string const& daemon,
                                      orvo::variant::Variant const& request);
 
-// The string member `key` of `value`, "" when absent or not a string.
-std::string stringMember(orvo::variant::Variant const& value, char const* key);
 
 // {"error": text}: the one shape of every refusal.
 orvo::variant::Variant errorAnswer(std::string const& text);

@@ -32,21 +32,21 @@ void addAddressing(Variant& status, Variant const& settings, Variant const& leas
     return;
   }
   status["mode"] = "static";
-  status["ipAddress"] = stringMember(member(settings, "statik"), "ip");
-  status["networkMask"] = stringMember(member(settings, "statik"), "netmask");
-  status["gateway"] = stringMember(member(settings, "routes"), "gateway");
+  status["ipAddress"] = settings.StringAt("statik/ip");
+  status["networkMask"] = settings.StringAt("statik/netmask");
+  status["gateway"] = settings.StringAt("routes/gateway");
   bool const nameServerSet = static_cast<int>(member(settings, "dns/ns1/status")) == 1;
-  status["dnsServer"] = nameServerSet ? stringMember(member(settings, "dns/ns1"), "ip") : "";
+  status["dnsServer"] = nameServerSet ? settings.StringAt("dns/ns1/ip") : "";
   status["dhcpLeaseTime"] = 0u;
 }
 
 // Associated when the configured network is among the visible ones.
 void addWireless(Variant& status, Variant const& settings, Variant const& accessPoints) {
-  std::string const ssid = stringMember(member(settings, "wifi"), "ssid");
+  std::string const ssid = settings.StringAt("wifi/ssid");
   status["wlanMode"] = "disabled";
   if (ssid.empty()) return;
   for (Variant const& ap : accessPoints.Elements()) {
-    if (stringMember(ap, "essid") != ssid) continue;
+    if (ap.StringAt("essid") != ssid) continue;
     status["wlanMode"] = "station";
     copyMembers(status, ap);
     status.RemoveValue("auth", false);

@@ -18,7 +18,7 @@ constexpr char kSettings[] = "settings";
 // Merges the request into `section` of the daemon's state and answers with
 // the whole section: an empty request thus reads the current settings.
 Variant mergeIntoSection(std::string const& daemon, char const* section, Variant const& request) {
-  std::string const functionName = stringMember(request, "functionName");
+  std::string const functionName = request.StringAt("functionName");
   Variant fields;
   if (!normalizedFields(functionName, request, fields)) {
     return errorAnswer("no message class '" + functionName + "'");

@@ -114,7 +114,7 @@ int control(std::string const& daemon, std::string const& what, char const* valu
 int resetAll() {
   orvo::variant::Variant none;
   orvo::variant::Variant const answer = orvo::sim::resetToDefaults(orvo::daemons::kCtlServer, none);
-  return answer.GetKeyChain(orvo::variant::VT_ANY, "error", false) == nullptr ? 0 : 1;
+  return answer.Has(orvo::variant::VT_ANY, "error") ? 1 : 0;
 }
 
 }  // namespace

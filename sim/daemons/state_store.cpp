@@ -84,14 +84,10 @@ DaemonControls readControls(std::string const& daemon) {
   DaemonControls controls;
   Variant file;
   if (!file.FromJSONFile(controlFilePath(daemon))) return controls;
-  Variant const* latency = file.GetKeyChain(orvo::variant::VT_INT64, "latencyMs", false);
-  if (latency != nullptr) {
-    long const ms = static_cast<long>(*latency);
-    controls.latencyMs = ms <= 0 ? 0 : ms > long{kMaxLatencyMs} ? kMaxLatencyMs
-                                                                 : static_cast<unsigned>(ms);
-  }
-  Variant const* silent = file.GetKeyChain(orvo::variant::VT_BOOL, "silent", false);
-  controls.silent = silent != nullptr && silent->AsBool();
+  long const ms = file.IntAt("latencyMs");
+  controls.latencyMs = ms <= 0 ? 0 : ms > long{kMaxLatencyMs} ? kMaxLatencyMs
+                                                               : static_cast<unsigned>(ms);
+  controls.silent = file.BoolAt("silent");
   return controls;
 }
 
