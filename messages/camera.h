@@ -19,6 +19,7 @@ using orvo::variant::BaseVariantContainer;
 
 // The irOnVal*/irOnSts* pairs: the picture value used while the infrared
 // LEDs are on, and whether that override is active.
+// clang-format off
 #define ORVO_FIELDS_ChangeIspSettings(X)                                                \
   X(ENUM, functionName,              ("ChangeIspSettings"),                 noRange)    \
   X(BOOL, responseExpected,          true,                                  noRange)    \
@@ -74,23 +75,27 @@ using orvo::variant::BaseVariantContainer;
   X(U8,   pirSensitivity,            3,                                     atMost(3))   \
   X(U8,   enablePauseMotion,         2,                                     atMost(2))   \
   X(KEPT, masks,                     emptyObject,                           noRange)
+// clang-format on
 
 class ChangeIspSettings : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ChangeIspSettings, BaseRequestMessage, ORVO_FIELDS_ChangeIspSettings)
 };
 
 // One per video channel of the on-screen display.
+// clang-format off
 #define ORVO_FIELDS_OsdCh(X)                                              \
   X(STRING, tag,                      "_UNINITIALIZED_", noRange)         \
   X(I32,    enableDate,               -1,                flag)            \
   X(I32,    enableLogo,               -1,                flag)            \
   X(I32,    enableStreamerStatsLevel, -1,                within(-1, 4))   \
   X(I32,    enableReportdStatsLevel,  -1,                within(-1, 255))
+// clang-format on
 
 class OsdCh : public BaseVariantContainer {
   ORVO_FIELD_TABLE(OsdCh, BaseVariantContainer, ORVO_FIELDS_OsdCh)
 };
 
+// clang-format off
 #define ORVO_FIELDS_ChangeOsdSettings(X)                               \
   X(ENUM,    functionName,     ("ChangeOsdSettings"), noRange)         \
   X(BOOL,    responseExpected, true,                  noRange)         \
@@ -104,11 +109,13 @@ class OsdCh : public BaseVariantContainer {
   X(I32,     textScale,        -1,                    within(-1, 100)) \
   X(I32,     enableOverlay,    -1,                    flag)            \
   X(I32,     overlayColorId,   -1,                    within(-1, 3))
+// clang-format on
 
 class ChangeOsdSettings : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ChangeOsdSettings, BaseRequestMessage, ORVO_FIELDS_ChangeOsdSettings)
 };
 
+// clang-format off
 #define ORVO_FIELDS_ChangeNvrSettings(X)                                      \
   X(ENUM,   functionName,            ("ChangeNvrSettings"), noRange)          \
   X(BOOL,   responseExpected,        true,                  noRange)          \
@@ -125,13 +132,16 @@ class ChangeOsdSettings : public BaseRequestMessage {
   X(I32,    recordMotionSensitivity, -1,                    within(-1, 100))  \
   X(I32,    recordSoundEvents,       -1,                    flag)             \
   X(I32,    recordSoundSensitivity,  -1,                    within(-1, 100))
+// clang-format on
 
 class ChangeNvrSettings : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ChangeNvrSettings, BaseRequestMessage, ORVO_FIELDS_ChangeNvrSettings)
 };
 
+// clang-format off
 #define ORVO_FIELDS_AnalyticsAlgorithmInternals(X) \
   X(U8, movementScaleRatio, 0, atMost(64))
+// clang-format on
 
 class AnalyticsAlgorithmInternals : public BaseVariantContainer {
   ORVO_FIELD_TABLE(AnalyticsAlgorithmInternals, BaseVariantContainer,
@@ -140,6 +150,7 @@ class AnalyticsAlgorithmInternals : public BaseVariantContainer {
 
 // The two "Stop" linger times default to 0 and clamp negatives to 0, unlike
 // the "Start" times: a stop delay is never "not set".
+// clang-format off
 #define ORVO_FIELDS_ChangeAnalyticsSettings(X)                                            \
   X(ENUM,    functionName,              ("ChangeAnalyticsSettings"),   noRange)           \
   X(BOOL,    responseExpected,          true,                          noRange)           \
@@ -164,6 +175,7 @@ class AnalyticsAlgorithmInternals : public BaseVariantContainer {
   X(I32,     suppressIlluminationSurge, -1,                            flag)              \
   X(KEPT,    zones,                     emptyObject,                   noRange)           \
   X(ELEMENT, internals,                 AnalyticsAlgorithmInternals,   noRange)
+// clang-format on
 
 class ChangeAnalyticsSettings : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ChangeAnalyticsSettings, BaseRequestMessage,
@@ -175,6 +187,7 @@ class ChangeAnalyticsSettings : public BaseRequestMessage {
   ("", "black", "red", "green", "blue", "yellow", "cyan", "magenta", "white",       \
    "white_red", "white_green", "white_blue", "white_yellow", "white_cyan", "white_magenta")
 
+// clang-format off
 #define ORVO_FIELDS_ChangeSoundLedSettings(X)                                     \
   X(ENUM, functionName,               ("ChangeSoundLedSettings"), noRange)        \
   X(BOOL, responseExpected,           true,                       noRange)        \
@@ -190,6 +203,7 @@ class ChangeAnalyticsSettings : public BaseRequestMessage {
   X(I32,  userLedOnNoff,              -1,                         flag)           \
   X(I32,  ledAnimOnDurationMs,        -1,                         within(-1, 1000)) \
   X(I32,  ledAnimDensity,             -1,                         within(-1, 100))
+// clang-format on
 
 class ChangeSoundLedSettings : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ChangeSoundLedSettings, BaseRequestMessage,

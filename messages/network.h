@@ -16,12 +16,16 @@ using orvo::variant::BaseVariantContainer;
 
 // ---- Nested elements of ChangeNetworkSettings ----
 
+// clang-format off
 #define ORVO_FIELDS_WpaSettingsElement(X) \
   X(STRING, auth, "", noRange)            \
   X(STRING, psk,  "", noRange)
+// clang-format on
 
+// clang-format off
 #define ORVO_FIELDS_ExperimentsElement(X) \
   X(STRING, bgscan, "_UNINITIALIZED_", noRange)
+// clang-format on
 
 class WpaSettingsElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(WpaSettingsElement, BaseVariantContainer, ORVO_FIELDS_WpaSettingsElement)
@@ -32,6 +36,7 @@ class ExperimentsElement : public BaseVariantContainer {
 };
 
 // "enableSounds" is the daemon's name for this flag and stays as it is.
+// clang-format off
 #define ORVO_FIELDS_WirelessSettingsElement(X)             \
   X(I32,     initialized,  -1,                 noRange)     \
   X(STRING,  key,          "",                 noRange)     \
@@ -39,41 +44,50 @@ class ExperimentsElement : public BaseVariantContainer {
   X(BOOL,    enableSounds, true,               noRange)     \
   X(ELEMENT, wpa,          WpaSettingsElement, noRange)     \
   X(ELEMENT, experiments,  ExperimentsElement, noRange)
+// clang-format on
 
 class WirelessSettingsElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(WirelessSettingsElement, BaseVariantContainer,
                    ORVO_FIELDS_WirelessSettingsElement)
 };
 
+// clang-format off
 #define ORVO_FIELDS_DhcpSettingsElement(X)  \
   X(I32,    status,          -1, noRange)   \
   X(STRING, fallbackIP,      "", noRange)   \
   X(STRING, fallbackNetmask, "", noRange)
+// clang-format on
 
 class DhcpSettingsElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(DhcpSettingsElement, BaseVariantContainer, ORVO_FIELDS_DhcpSettingsElement)
   void status(int value);
 };
 
+// clang-format off
 #define ORVO_FIELDS_StaticSettingsElement(X) \
   X(STRING, ip,      "", noRange)            \
   X(STRING, netmask, "", noRange)
+// clang-format on
 
 class StaticSettingsElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(StaticSettingsElement, BaseVariantContainer, ORVO_FIELDS_StaticSettingsElement)
 };
 
+// clang-format off
 #define ORVO_FIELDS_RoutingSettingsElement(X) \
   X(STRING, gateway, "", noRange)
+// clang-format on
 
 class RoutingSettingsElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(RoutingSettingsElement, BaseVariantContainer,
                    ORVO_FIELDS_RoutingSettingsElement)
 };
 
+// clang-format off
 #define ORVO_FIELDS_NameserverElement(X) \
   X(I32,    status, -1, noRange)         \
   X(STRING, ip,     "", noRange)
+// clang-format on
 
 class NameserverElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(NameserverElement, BaseVariantContainer, ORVO_FIELDS_NameserverElement)
@@ -81,9 +95,11 @@ class NameserverElement : public BaseVariantContainer {
   void ip(std::string const& value);
 };
 
+// clang-format off
 #define ORVO_FIELDS_DnsSettingsElement(X)        \
   X(ELEMENT, ns1, NameserverElement, noRange)    \
   X(ELEMENT, ns2, NameserverElement, noRange)
+// clang-format on
 
 class DnsSettingsElement : public BaseVariantContainer {
   ORVO_FIELD_TABLE(DnsSettingsElement, BaseVariantContainer, ORVO_FIELDS_DnsSettingsElement)
@@ -92,6 +108,7 @@ class DnsSettingsElement : public BaseVariantContainer {
 // ---- Requests ----
 
 // The response has the same shape and is read through the same accessors.
+// clang-format off
 #define ORVO_FIELDS_NetworkStatus(X)                                \
   X(ENUM,   functionName,               ("NetworkStatus"), noRange) \
   X(BOOL,   responseExpected,           true,              noRange) \
@@ -114,14 +131,17 @@ class DnsSettingsElement : public BaseVariantContainer {
   X(U32,    quality,                    0,                 noRange) \
   X(U32,    qualityMax,                 0,                 noRange) \
   X(U32,    signalLevel,                0,                 noRange)
+// clang-format on
 
 class NetworkStatus : public BaseRequestMessage {
   ORVO_FIELD_TABLE(NetworkStatus, BaseRequestMessage, ORVO_FIELDS_NetworkStatus)
 };
 
+// clang-format off
 #define ORVO_FIELDS_ScanAP(X)                            \
   X(ENUM, functionName,     ("ScanAP"), noRange)         \
   X(BOOL, responseExpected, true,       noRange)
+// clang-format on
 
 class ScanAP : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ScanAP, BaseRequestMessage, ORVO_FIELDS_ScanAP)
@@ -137,13 +157,17 @@ class ScanAP : public BaseRequestMessage {
   X(ELEMENT, routes,           RoutingSettingsElement,  noRange) \
   X(ELEMENT, dns,              DnsSettingsElement,      noRange)
 
+// clang-format off
 #define ORVO_FIELDS_ChangeNetworkSettings(X)                   \
   X(ENUM, functionName, ("ChangeNetworkSettings"), noRange)    \
   ORVO_NETWORK_SETTINGS_FIELDS(X)
+// clang-format on
 
+// clang-format off
 #define ORVO_FIELDS_TestAndApplyNetworkSettings(X)                \
   X(ENUM, functionName, ("TestAndApplyNetworkSettings"), noRange) \
   ORVO_NETWORK_SETTINGS_FIELDS(X)
+// clang-format on
 
 class ChangeNetworkSettings : public BaseRequestMessage {
   ORVO_FIELD_TABLE(ChangeNetworkSettings, BaseRequestMessage, ORVO_FIELDS_ChangeNetworkSettings)

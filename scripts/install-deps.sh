@@ -11,6 +11,7 @@ packages=(
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
   openssl                           # camsim hashes the simulated account's password
   hyperfine                         # whole-process benchmarks
+  shellcheck                        # the scripts are checked by the test suite
 )
 
 missing=()

@@ -1,11 +1,12 @@
+# shellcheck shell=bash
 # The camera's account and auth token in a camera root. The password is
 # stored only as a SHA-512 crypt hash, as the programs expect it:
 # <root>/etc/orvo/account holds "<user>:<hash>", <root>/etc/orvo/auth_token
 # the token. `init` creates the account (admin/admin unless --user and
 # --password say otherwise).
 
-CAMSIM_ACCOUNT_USER=admin
-CAMSIM_ACCOUNT_PASSWORD=admin
+CAMSIM_ACCOUNT_USER="admin"
+CAMSIM_ACCOUNT_PASSWORD="admin"
 # Same bounds as the programs' account functions.
 ACCOUNT_MAX_USER=32
 ACCOUNT_MAX_PASSWORD=128

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command call "call [--root DIR] DAEMON 'JSON'" \
   "send one message, print the answer (fails after 5 s)"
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command clock "clock [--root DIR] [+SECONDS|-SECONDS|reset]" \
   "move the camera's clock (cumulative; reset: real time); no argument: show the offset"
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false"
 describe_command ctl "$CTL_USAGE" \
   "test controls of one daemon, in force from its next request (adopted: orvo_avclient only)"

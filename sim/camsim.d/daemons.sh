@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # The simulated daemons: `up` starts them before the web server, `down`
 # stops them after it, `status` reports them. Each runs as its own
 # `orvo_simd serve <name>` process with the root's pid and log files in
@@ -17,30 +18,6 @@ is_sim_daemon() {  # <name>
     [ "$daemon" = "$1" ] && return 0
   done
   return 1
-}
-
-# Path of a simulator program: $ORVO_SIM_BIN/<name> when set; else beside the
-# build that `up --cgi` was given; else ${ORVO_BUILD_DIR:-build}/sim/<name>,
-# built when missing.
-sim_program() {  # <name>
-  if [ -n "${ORVO_SIM_BIN:-}" ]; then
-    echo "$ORVO_SIM_BIN/$1"
-    return 0
-  fi
-  # `cgi` is cmd_up's variable when called from there.
-  if [ -n "${cgi:-}" ] && [ -x "$(dirname -- "$(dirname -- "$cgi")")/sim/$1" ]; then
-    echo "$(dirname -- "$(dirname -- "$cgi")")/sim/$1"
-    return 0
-  fi
-  local build=${ORVO_BUILD_DIR:-build}
-  [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
-  if [ ! -x "$build/sim/$1" ]; then
-    if [ ! -f "$build/CMakeCache.txt" ]; then
-      cmake -S "$CAMSIM_REPO" -B "$build" -G Ninja >&2 || die "cmake configure failed"
-    fi
-    cmake --build "$build" --target "$1" -j 2 >&2 || die "building $1 failed"
-  fi
-  echo "$build/sim/$1"
 }
 
 daemon_dir() { echo "$CAMSIM_ROOT/sim/daemons"; }

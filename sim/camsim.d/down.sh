@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command down "down [--root DIR]" \
   "stop what up started"
 

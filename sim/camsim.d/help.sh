@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command help "help" "this list"
 
 # Usage texts longer than this put their summary on the next line.

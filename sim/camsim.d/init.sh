@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command init "init [--root DIR] [--force] [--user U] [--password P]" \
   "create a fresh camera root (--force: recreate it; account admin/admin by default)"
 

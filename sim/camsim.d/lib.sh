@@ -1,9 +1,11 @@
+# shellcheck shell=bash
 # Shared by every camsim sub-command: messages, the camera root, the layout
 # of the device's folders and of the simulator's own files inside it.
 
 # Sub-commands register a one-line description here for `camsim help`.
 declare -a CAMSIM_COMMANDS=()
 declare -A CAMSIM_USAGE=() CAMSIM_SUMMARY=()
+# shellcheck disable=SC2034  # the tables are read by help.sh
 describe_command() {  # <name> <usage> <summary>
   CAMSIM_COMMANDS+=("$1")
   CAMSIM_USAGE[$1]=$2
@@ -30,6 +32,9 @@ CAMERA_FOLDERS=(
 ROOT_MARKER=sim/camera-root
 
 CAMSIM_ROOT=""
+# Arguments take_root consumed; the caller shifts them away.
+# shellcheck disable=SC2034  # read by the sub-commands
+CAMSIM_SHIFT=0
 # Sets CAMSIM_ROOT from `--root DIR` (when it is the first argument), else
 # $ORVO_ROOT, else .camsim/ in the repository. Sets CAMSIM_SHIFT to the
 # number of arguments consumed.
@@ -39,6 +44,7 @@ take_root() {
   if [ "${1:-}" = --root ]; then
     [ $# -ge 2 ] && [ -n "$2" ] || die "--root needs a directory"
     root=$2
+    # shellcheck disable=SC2034  # read by the sub-commands
     CAMSIM_SHIFT=2
   elif [ -n "${ORVO_ROOT:-}" ]; then
     root=$ORVO_ROOT
@@ -104,4 +110,50 @@ stop_process() {  # <pid> <name> <limit seconds>
     sleep 0.1
     waited=$((waited + 1))
   done
+}
+
+# Where the simulator's programs come from. `up` sets CAMSIM_PROGRAM_BUILD to
+# the build folder of the rest.cgi it serves (`--cgi`), so daemons and tools
+# match it, and CAMSIM_MAY_BUILD to 1: only `up` builds what is missing.
+CAMSIM_PROGRAM_BUILD=""
+CAMSIM_MAY_BUILD=0
+
+# The project's build folder: $ORVO_BUILD_DIR (relative to the repository)
+# or build/.
+build_dir() {
+  local build=${ORVO_BUILD_DIR:-build}
+  [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
+  echo "$build"
+}
+
+# Installs the Debian packages, configures the build folder when it has no
+# cache yet and builds <target> there. Progress goes to standard error.
+build_target() {  # <target>
+  local build
+  build=$(build_dir)
+  "$CAMSIM_REPO/scripts/install-deps.sh" >&2
+  if [ ! -f "$build/CMakeCache.txt" ]; then
+    cmake -S "$CAMSIM_REPO" -B "$build" -G Ninja >&2 || die "cmake configure failed"
+  fi
+  cmake --build "$build" --target "$1" -j 2 >&2 || die "building $1 failed"
+}
+
+# Path of a simulator program: $ORVO_SIM_BIN/<name> when set; else beside the
+# rest.cgi that `up` serves; else in the build folder, built there when
+# missing and building is allowed.
+sim_program() {  # <name>
+  if [ -n "${ORVO_SIM_BIN:-}" ]; then
+    echo "$ORVO_SIM_BIN/$1"
+    return 0
+  fi
+  if [ -n "$CAMSIM_PROGRAM_BUILD" ] && [ -x "$CAMSIM_PROGRAM_BUILD/sim/$1" ]; then
+    echo "$CAMSIM_PROGRAM_BUILD/sim/$1"
+    return 0
+  fi
+  local build
+  build=$(build_dir)
+  if [ ! -x "$build/sim/$1" ] && [ "$CAMSIM_MAY_BUILD" = 1 ]; then
+    build_target "$1"
+  fi
+  echo "$build/sim/$1"
 }

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command state "state [--root DIR] DAEMON" \
   "print a daemon's state as JSON"
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command status "status [--root DIR]" \
   "say what is running"
 

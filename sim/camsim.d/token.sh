@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command token "token [--root DIR] VALUE|--clear" \
   "set the camera's auth token (--clear: remove it)"
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 describe_command up "up [--root DIR] [--port N] [--cgi PATH]" \
   "build rest.cgi, serve it with lighttpd on 127.0.0.1:N (8080)"
 
@@ -29,11 +30,16 @@ cmd_up() {
     return 0
   fi
 
+  # shellcheck disable=SC2034  # read by sim_program (lib.sh)
+  CAMSIM_MAY_BUILD=1
   if [ -z "$cgi" ]; then
-    cgi=$(build_rest_cgi)
+    build_target rest.cgi
+    cgi="$(build_dir)/src/rest.cgi"
   fi
   [ -x "$cgi" ] || die "up: $cgi is not an executable"
   cgi=$(realpath -- "$cgi")
+  # shellcheck disable=SC2034  # read by sim_program (lib.sh)
+  CAMSIM_PROGRAM_BUILD=$(dirname -- "$(dirname -- "$cgi")")
 
   if [ ! -d "$CAMSIM_ROOT" ] || [ -z "$(ls -A -- "$CAMSIM_ROOT")" ]; then
     cmd_init --root "$CAMSIM_ROOT" >/dev/null
@@ -47,19 +53,6 @@ cmd_up() {
   ln -sfn -- "$cgi" "$CAMSIM_ROOT/www/cgi-bin/rest.cgi"
   start_lighttpd "$port"
   base_url "$port"
-}
-
-# Installs the Debian packages, configures when needed and builds rest.cgi in
-# ${ORVO_BUILD_DIR:-build}; prints the program's path.
-build_rest_cgi() {
-  local build=${ORVO_BUILD_DIR:-build}
-  [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
-  "$CAMSIM_REPO/scripts/install-deps.sh" >&2
-  if [ ! -f "$build/CMakeCache.txt" ]; then
-    cmake -S "$CAMSIM_REPO" -B "$build" -G Ninja >&2 || die "up: cmake configure failed"
-  fi
-  cmake --build "$build" --target rest.cgi -j 2 >&2 || die "up: building rest.cgi failed"
-  echo "$build/src/rest.cgi"
 }
 
 start_lighttpd() {  # <port>
