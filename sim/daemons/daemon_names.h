@@ -9,17 +9,17 @@
 namespace orvo {
 namespace sim {
 
-constexpr auto const& kNetworkDaemon = daemons::kNetworkd;
-constexpr auto const& kIspDaemon = daemons::kIspServer;
-constexpr auto const& kStreamerDaemon = daemons::kStreamer;
-constexpr auto const& kOsdDaemon = daemons::kOsd;
-constexpr auto const& kNvrDaemon = daemons::kNvr;
-constexpr auto const& kAnalyticsDaemon = daemons::kAnalytics;
-constexpr auto const& kSoundsLedsDaemon = daemons::kSoundsLeds;
-constexpr auto const& kCtlDaemon = daemons::kCtlServer;
-constexpr auto const& kAvclientDaemon = daemons::kAvclient;
+inline constexpr auto const& kNetworkDaemon = daemons::kNetworkd;
+inline constexpr auto const& kIspDaemon = daemons::kIspServer;
+inline constexpr auto const& kStreamerDaemon = daemons::kStreamer;
+inline constexpr auto const& kOsdDaemon = daemons::kOsd;
+inline constexpr auto const& kNvrDaemon = daemons::kNvr;
+inline constexpr auto const& kAnalyticsDaemon = daemons::kAnalytics;
+inline constexpr auto const& kSoundsLedsDaemon = daemons::kSoundsLeds;
+inline constexpr auto const& kCtlDaemon = daemons::kCtlServer;
+inline constexpr auto const& kAvclientDaemon = daemons::kAvclient;
 
-constexpr auto const& kDaemonNames = daemons::kAll;
+inline constexpr auto const& kDaemonNames = daemons::kAll;
 
 bool isDaemonName(std::string const& name);
 
