@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "messages/daemons.h"
 #include "daemon_names.h"
 #include "daemon_table.h"
 #include "daemon_test_support.h"
@@ -61,24 +62,24 @@ TEST_F(AdoptionControl, KeepsTheControllerOfAnEarlierAdopt) {
 
 TEST_F(AdoptionControl, CamsimCtlSwitchesItBothWays) {
   std::string output;
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_avclient adopted true", output), 0) << output;
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kAvclient) + " adopted true", output), 0) << output;
   EXPECT_TRUE(storedAdopted());
   EXPECT_TRUE(published()["adopted"] == true);
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_avclient adopted false", output), 0) << output;
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kAvclient) + " adopted false", output), 0) << output;
   EXPECT_FALSE(storedAdopted());
   EXPECT_TRUE(published()["adopted"] == false);
 }
 
 TEST_F(AdoptionControl, CamsimRefusesOtherDaemonsAndValues) {
   std::string output;
-  EXPECT_NE(daemontest::camsim("ctl", "orvo_osd adopted true", output), 0);
+  EXPECT_NE(daemontest::camsim("ctl", std::string(orvo::daemons::kOsd) + " adopted true", output), 0);
   EXPECT_NE(output.find("adopted is a control of orvo_avclient only"), std::string::npos)
       << output;
   for (char const* value : {"yes", "1", "TRUE", "true extra"}) {
-    EXPECT_NE(daemontest::camsim("ctl", std::string("orvo_avclient adopted ") + value, output), 0);
+    EXPECT_NE(daemontest::camsim("ctl", std::string(std::string(orvo::daemons::kAvclient) + " adopted ") + value, output), 0);
     EXPECT_NE(output.find("adopted takes true or false"), std::string::npos) << output;
   }
-  EXPECT_NE(daemontest::camsim("ctl", "orvo_avclient adopted", output), 0);
+  EXPECT_NE(daemontest::camsim("ctl", std::string(orvo::daemons::kAvclient) + " adopted", output), 0);
   EXPECT_FALSE(storedAdopted());
 }
 

@@ -13,28 +13,11 @@
 
 #include "daemon_names.h"
 #include "orvo/utils/account.h"
+#include "support/camera_root.h"
 
 namespace daemontest {
 
-namespace {
-
-std::string makeRoot() {
-  std::string const folder = std::string(ORVO_BINARY_DIR) + "/tmp";
-  mkdir(folder.c_str(), 0755);
-  std::string pattern = folder + "/daemons-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) std::abort();
-  setenv("ORVO_ROOT", pattern.c_str(), 1);
-  static std::string const removeCommand = "rm -rf -- '" + pattern + "'";
-  std::atexit([] { (void)std::system(removeCommand.c_str()); });
-  return pattern;
-}
-
-}  // namespace
-
-std::string const& cameraRoot() {
-  static std::string const root = makeRoot();
-  return root;
-}
+std::string const& cameraRoot() { return orvo::test::processRoot().path(); }
 
 namespace {
 
