@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -16,12 +17,12 @@
 #include <thread>
 #include <vector>
 
-#include "access_support.h"
-#include "harness/http.h"
+#include "support/camera.h"
+#include "support/session.h"
 #include "orvo/variant/variant.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr int kConcurrentLogins = 50;
@@ -96,9 +97,14 @@ TEST(AccessLoad, ConcurrentLoginsAndSessionRequestsThroughLighttpd) {
     EXPECT_EQ(sessions.count(id), 1u) << "session " << id << " answered but not stored";
     EXPECT_EQ(sessions[id].remoteAddr, "127.0.0.1");
   }
-  EXPECT_EQ(countLines(camera.root(), "Not yet authenticated"), 0u);
-  EXPECT_EQ(countLines(camera.root(), "mutex"), 0u);
-  EXPECT_EQ(countLines(camera.root(), "Failed to"), 0u);
+  std::vector<std::string> const lines = logLines(camera.root());
+  auto count = [&](char const* part) {
+    return std::count_if(lines.begin(), lines.end(),
+                         [&](std::string const& line) { return line.find(part) != std::string::npos; });
+  };
+  EXPECT_EQ(count("Not yet authenticated"), 0);
+  EXPECT_EQ(count("mutex"), 0);
+  EXPECT_EQ(count("Failed to"), 0);
 }
 
 // Starts rest.cgi for one login without waiting for it.
@@ -130,7 +136,7 @@ pid_t startLogin(CameraRoot const& root) {
 }
 
 bool databaseReadable(CameraRoot const& root, std::string& text) {
-  text = readFileText(root.file("/tmp/.rest_0_1.db"));
+  text = root.read(kSessionDatabase);
   if (text.empty()) return true;  // created empty, not written yet
   orvo::variant::Variant db;
   return db.FromJSON(text) && db.Type() == orvo::variant::VT_OBJECT;
@@ -149,7 +155,7 @@ std::vector<std::string> leftoverTemporaries(CameraRoot const& root) {
 }
 
 TEST(AccessCrash, KilledWritersNeverLeaveAnUnreadableDatabase) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   constexpr int kRounds = 60;
   constexpr int kWritersPerRound = 4;
   std::mt19937 random(12345);
@@ -181,13 +187,13 @@ TEST(AccessCrash, KilledWritersNeverLeaveAnUnreadableDatabase) {
   reader.join();
   EXPECT_EQ(unreadable.load(), 0) << badText;
   // The lock died with its holders: a login after all that still works.
-  CgiAnswer answer = login(root, kLoginBody, "0.1", "10.5.5.5");
+  CgiResult answer = login(root, kLoginBody, "0.1", "10.5.5.5");
   EXPECT_EQ(answer.status, "200");
-  EXPECT_EQ(readSessions(root).count(cookieId(answer.headers["Set-Cookie"])), 1u);
+  EXPECT_EQ(readSessions(root).count(cookieId(answer)), 1u);
   // That login also cleared what killed writers left beside the database.
   EXPECT_EQ(leftoverTemporaries(root), std::vector<std::string>{});
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

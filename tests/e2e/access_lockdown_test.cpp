@@ -6,11 +6,14 @@
 #include <cstring>
 #include <fstream>
 
-#include "access_support.h"
+#include "support/camera.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
+
+using AccessLockdown = SharedRootTest;
 
 time_t wallSeconds() {
   return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
@@ -22,9 +25,9 @@ void failLogins(CameraRoot const& root, int count) {
   }
 }
 
-TEST(AccessLockdown, RecordsCarryUserHostLineTypeAndTime) {
-  CameraRoot root;
-  moveClock(root, "+500");
+TEST_F(AccessLockdown, RecordsCarryUserHostLineTypeAndTime) {
+  CameraRoot const& root = sharedRoot_;
+  moveClock("+500");
   time_t before = wallSeconds() + 500;
   login(root, credentials("operator", "x"), "0.1", "192.0.2.44");
   time_t after = wallSeconds() + 500;
@@ -42,23 +45,23 @@ TEST(AccessLockdown, RecordsCarryUserHostLineTypeAndTime) {
   EXPECT_EQ(utmpText(r.ut_id, sizeof r.ut_id), "");
 }
 
-TEST(AccessLockdown, AbsentFileIsCreatedByTheFirstFailure) {
-  CameraRoot root;
+TEST_F(AccessLockdown, AbsentFileIsCreatedByTheFirstFailure) {
+  CameraRoot const& root = sharedRoot_;
   ASSERT_FALSE(std::ifstream(root.file("/var/log/btmp")).good());
   failLogins(root, 1);
   EXPECT_EQ(readBtmp(root).size(), 1u);
 }
 
-TEST(AccessLockdown, FailureWithoutUserNameStoresNoname) {
-  CameraRoot root;
+TEST_F(AccessLockdown, FailureWithoutUserNameStoresNoname) {
+  CameraRoot const& root = sharedRoot_;
   login(root, "{\"password\":\"admin\"}");
   auto records = readBtmp(root);
   ASSERT_EQ(records.size(), 1u);
   EXPECT_EQ(utmpText(records[0].ut_user, sizeof records[0].ut_user), "noname");
 }
 
-TEST(AccessLockdown, LongUserNameFillsTheFieldWithoutTerminator) {
-  CameraRoot root;
+TEST_F(AccessLockdown, LongUserNameFillsTheFieldWithoutTerminator) {
+  CameraRoot const& root = sharedRoot_;
   std::string name(40, 'n');
   login(root, credentials(name, "x"));
   auto records = readBtmp(root);
@@ -66,44 +69,46 @@ TEST(AccessLockdown, LongUserNameFillsTheFieldWithoutTerminator) {
   EXPECT_EQ(utmpText(records[0].ut_user, sizeof records[0].ut_user), std::string(32, 'n'));
 }
 
-TEST(AccessLockdown, FifthFailureLocksTheNextLoginOut) {
-  CameraRoot root;
+TEST_F(AccessLockdown, FifthFailureLocksTheNextLoginOut) {
+  CameraRoot const& root = sharedRoot_;
   failLogins(root, 4);
   EXPECT_EQ(readBtmp(root).size(), 4u);
   // The fifth attempt is still checked.
   failLogins(root, 1);
-  EXPECT_EQ(countLines(root, "Password check failure"), 5u);
+  EXPECT_EQ(countLogged("Password check failure"), 5u);
   EXPECT_EQ(readBtmp(root).size(), 5u);
   // Now even the right password is not looked at.
-  CgiAnswer answer = login(root, credentials("admin", "admin"));
+  CgiResult answer = login(root, credentials("admin", "admin"));
   EXPECT_EQ(answer.status, "423");
   EXPECT_EQ(answer.body, "");
   EXPECT_EQ(answer.exitCode, 0);
-  EXPECT_EQ(countLines(root, "Password check failure"), 5u);
-  EXPECT_EQ(countLines(root, "Authenticate failed"), 5u);
+  EXPECT_EQ(countLogged("Password check failure"), 5u);
+  EXPECT_EQ(countLogged("Authenticate failed"), 5u);
   EXPECT_EQ(readBtmp(root).size(), 5u);
   EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest_0_1.db")).good());
 }
 
-TEST(AccessLockdown, StillLockedAt300Seconds) {
-  CameraRoot root;
+TEST_F(AccessLockdown, StillLockedAt300Seconds) {
+  CameraRoot const& root = sharedRoot_;
   failLogins(root, 5);
-  moveClock(root, "+299");
+  // The offset is written straight into the clock file (the one `camsim
+  // clock` keeps): the seconds a slower command took would count as well.
+  root.write("/sim/clock", "299\n");
   EXPECT_EQ(login(root, credentials("admin", "admin")).status, "423");
 }
 
-TEST(AccessLockdown, CheckedAgainAfter301SecondsAndKeepsSixRecords) {
-  CameraRoot root;
+TEST_F(AccessLockdown, CheckedAgainAfter301SecondsAndKeepsSixRecords) {
+  CameraRoot const& root = sharedRoot_;
   failLogins(root, 5);
-  moveClock(root, "+301");
+  moveClock("+301");
   EXPECT_EQ(login(root, credentials("admin", "bad")).status, "401");
-  EXPECT_EQ(countLines(root, "Password check failure"), 6u);
+  EXPECT_EQ(countLogged("Password check failure"), 6u);
   auto records = readBtmp(root);
   ASSERT_EQ(records.size(), 6u);
   // The failure re-arms the lockdown.
   EXPECT_EQ(login(root, credentials("admin", "admin")).status, "423");
   // Another window later, one more failure: still six, the oldest dropped.
-  moveClock(root, "+301");
+  moveClock("+301");
   EXPECT_EQ(login(root, credentials("last", "bad")).status, "401");
   auto after = readBtmp(root);
   ASSERT_EQ(after.size(), 6u);
@@ -111,18 +116,18 @@ TEST(AccessLockdown, CheckedAgainAfter301SecondsAndKeepsSixRecords) {
   EXPECT_EQ(std::memcmp(&after[0], &records[1], sizeof(utmp)), 0);
 }
 
-TEST(AccessLockdown, CorrectPasswordAfterTheWindowEmptiesTheFile) {
-  CameraRoot root;
+TEST_F(AccessLockdown, CorrectPasswordAfterTheWindowEmptiesTheFile) {
+  CameraRoot const& root = sharedRoot_;
   failLogins(root, 5);
-  moveClock(root, "+301");
-  CgiAnswer answer = login(root, credentials("admin", "admin"));
+  moveClock("+301");
+  CgiResult answer = login(root, credentials("admin", "admin"));
   EXPECT_EQ(answer.status, "200");
-  EXPECT_EQ(readFileText(root.file("/var/log/btmp")), "");
+  EXPECT_EQ(root.read("/var/log/btmp"), "");
   // And the endpoint is open again.
   failLogins(root, 1);
   EXPECT_EQ(readBtmp(root).size(), 1u);
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -7,12 +7,16 @@
 #include <fstream>
 #include <regex>
 
-#include "access_support.h"
+#include "support/camera.h"
+#include "support/session.h"
 #include "orvo/variant/variant.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
+
+using AccessLogin = SharedRootTest;
+using AccessLogout = SharedRootTest;
 
 constexpr char kAddr[] = "10.1.2.3";
 constexpr unsigned long long kDayMs = 86400000ull;
@@ -29,14 +33,14 @@ time_t parseCookieDate(std::string const& text) {
   return timegm(&parts);
 }
 
-TEST(AccessLogin, SetsTheCookieAndStoresTheSession) {
-  CameraRoot root;
+TEST_F(AccessLogin, SetsTheCookieAndStoresTheSession) {
+  CameraRoot const& root = sharedRoot_;
   unsigned long long before = wallMs();
-  CgiAnswer answer = login(root, credentials("admin", "admin"));
+  CgiResult answer = login(root, credentials("admin", "admin"));
   unsigned long long after = wallMs();
   ASSERT_EQ(answer.status, "200");
   EXPECT_EQ(answer.exitCode, 0);
-  std::string cookie = answer.headers["Set-Cookie"];
+  std::string cookie = answer.header("Set-Cookie").value_or("");
   std::smatch match;
   std::regex shape(
       "authId=([A-Za-z0-9]{32}); Path=/; Expires=((Mon|Tue|Wed|Thu|Fri|Sat|Sun), [0-9]{2} "
@@ -55,25 +59,25 @@ TEST(AccessLogin, SetsTheCookieAndStoresTheSession) {
   EXPECT_GE(record.maxAge, before + kDayMs);
   EXPECT_LE(record.maxAge, after + kDayMs);
   // Styled (indented) output.
-  EXPECT_NE(readFileText(root.file("/tmp/.rest_0_1.db")).find("\n  \""), std::string::npos);
+  EXPECT_NE(root.read("/tmp/.rest_0_1.db").find("\n  \""), std::string::npos);
 }
 
-TEST(AccessLogin, ExpiryFollowsTheCameraClock) {
-  CameraRoot root;
-  moveClock(root, "+1000");
+TEST_F(AccessLogin, ExpiryFollowsTheCameraClock) {
+  CameraRoot const& root = sharedRoot_;
+  moveClock("+1000");
   unsigned long long before = wallMs();
-  CgiAnswer answer = login(root, credentials("admin", "admin"));
+  CgiResult answer = login(root, credentials("admin", "admin"));
   ASSERT_EQ(answer.status, "200");
   auto sessions = readSessions(root);
   ASSERT_EQ(sessions.size(), 1u);
   EXPECT_GE(sessions.begin()->second.maxAge, before + 1000000 + kDayMs);
 }
 
-TEST(AccessLogin, Version01AnswersTheVersion01StatusDocument) {
-  CameraRoot root;
-  CgiAnswer answer = login(root, credentials("admin", "admin"), "0.1");
+TEST_F(AccessLogin, Version01AnswersTheVersion01StatusDocument) {
+  CameraRoot const& root = sharedRoot_;
+  CgiResult answer = login(root, credentials("admin", "admin"), "0.1");
   ASSERT_EQ(answer.status, "200");
-  EXPECT_EQ(answer.headers["Content-Type"], "application/json");
+  EXPECT_EQ(answer.header("Content-Type").value_or(""), "application/json");
   orvo::variant::Variant body;
   ASSERT_TRUE(body.FromJSON(answer.body)) << answer.body;
   EXPECT_EQ(body.KeysCount(), 3u) << answer.body;
@@ -81,15 +85,15 @@ TEST(AccessLogin, Version01AnswersTheVersion01StatusDocument) {
     EXPECT_NE(body.GetKeyChain(orvo::variant::VT_STRING, key, false), nullptr) << key;
   }
   // The same document the status endpoint gives for the session.
-  CgiAnswer status = callCgi(root, {"GET", "0.1/status", "", kAddr,
-                                    "authId=" + cookieId(answer.headers["Set-Cookie"])});
+  CgiResult status = callCgi(root, {"GET", "0.1/status", "", kAddr,
+                                    "authId=" + cookieId(answer)});
   EXPECT_EQ(status.status, "200");
   EXPECT_EQ(status.body, answer.body);
 }
 
-TEST(AccessLogin, TokenWinsOverPassword) {
-  CameraRoot root;
-  setToken(root, "tok-123");
+TEST_F(AccessLogin, TokenWinsOverPassword) {
+  CameraRoot const& root = sharedRoot_;
+  setToken("tok-123");
   FakeAvclient avclient(root, true);
   std::string tokenAndWrongPassword =
       "{\"authToken\":\"tok-123\",\"username\":\"admin\",\"password\":\"wrong\"}";
@@ -97,102 +101,102 @@ TEST(AccessLogin, TokenWinsOverPassword) {
   std::string wrongTokenAndPassword =
       "{\"authToken\":\"tok-999\",\"username\":\"admin\",\"password\":\"admin\"}";
   EXPECT_EQ(login(root, wrongTokenAndPassword).status, "401");
-  EXPECT_EQ(countLines(root, "PasswordAuthentication"), 0u);
+  EXPECT_EQ(countLogged("PasswordAuthentication"), 0u);
 }
 
-TEST(AccessLogin, OnlyUserNameFailsAndIsRecorded) {
-  CameraRoot root;
-  CgiAnswer answer = login(root, "{\"username\":\"admin\"}");
+TEST_F(AccessLogin, OnlyUserNameFailsAndIsRecorded) {
+  CameraRoot const& root = sharedRoot_;
+  CgiResult answer = login(root, "{\"username\":\"admin\"}");
   EXPECT_EQ(answer.status, "401");
   EXPECT_EQ(answer.body, "");
   EXPECT_EQ(answer.exitCode, 0);
   auto records = readBtmp(root);
   ASSERT_EQ(records.size(), 1u);
   EXPECT_EQ(utmpText(records[0].ut_user, sizeof records[0].ut_user), "admin");
-  EXPECT_TRUE(hasLine(root, "rest_login info orvo_cgi: src/rest_login:Login: Authenticate failed"));
-  EXPECT_TRUE(hasLine(root, "rest_login info orvo_cgi: src/rest_login:Login: "
+  EXPECT_TRUE(logged("rest_login info orvo_cgi: src/rest_login:Login: Authenticate failed"));
+  EXPECT_TRUE(logged("rest_login info orvo_cgi: src/rest_login:Login: "
                             "method 'POST', remote addr '10.1.2.3'"));
   // The password check is not even tried.
-  EXPECT_EQ(countLines(root, "parameter is missing"), 0u);
+  EXPECT_EQ(countLogged("parameter is missing"), 0u);
   EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest_0_1.db")).good());
 }
 
-TEST(AccessLogin, EmptyRemoteAddressAnswers500) {
-  CameraRoot root;
-  CgiAnswer answer = login(root, credentials("admin", "admin"), "0.1", "");
+TEST_F(AccessLogin, EmptyRemoteAddressAnswers500) {
+  CameraRoot const& root = sharedRoot_;
+  CgiResult answer = login(root, credentials("admin", "admin"), "0.1", "");
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
-  EXPECT_EQ(answer.headers.count("Set-Cookie"), 0u);
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest_login:CreateSession: "
+  EXPECT_FALSE(answer.header("Set-Cookie").has_value());
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:CreateSession: "
                             "IP address is missing"));
 }
 
-TEST(AccessLogin, ALoginADayLaterPrunesExpiredSessions) {
-  CameraRoot root;
-  std::string first = cookieId(login(root, credentials("admin", "admin")).headers["Set-Cookie"]);
-  std::string second = cookieId(login(root, credentials("admin", "admin")).headers["Set-Cookie"]);
+TEST_F(AccessLogin, ALoginADayLaterPrunesExpiredSessions) {
+  CameraRoot const& root = sharedRoot_;
+  std::string first = cookieId(login(root, credentials("admin", "admin")));
+  std::string second = cookieId(login(root, credentials("admin", "admin")));
   auto sessions = readSessions(root);
   ASSERT_EQ(sessions.size(), 2u);
   EXPECT_EQ(sessions.count(first) + sessions.count(second), 2u);
-  moveClock(root, "+86401");
-  std::string third = cookieId(login(root, credentials("admin", "admin")).headers["Set-Cookie"]);
+  moveClock("+86401");
+  std::string third = cookieId(login(root, credentials("admin", "admin")));
   sessions = readSessions(root);
   ASSERT_EQ(sessions.size(), 1u);
   EXPECT_EQ(sessions.count(third), 1u);
 }
 
-TEST(AccessLogin, GetOnLoginAnswers500) {
-  CameraRoot root;
-  CgiAnswer answer = callCgi(root, {"GET", "1.2/login", "", kAddr, ""});
+TEST_F(AccessLogin, GetOnLoginAnswers500) {
+  CameraRoot const& root = sharedRoot_;
+  CgiResult answer = callCgi(root, {"GET", "1.2/login", "", kAddr, ""});
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.exitCode, 255);
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest_login:rest_login_main: "
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:rest_login_main: "
                             "Cannot process 'GET' request"));
 }
 
-TEST(AccessLogout, RemovesTheSessionAndClosesIt) {
-  CameraRoot root;
-  std::string id = cookieId(login(root, credentials("admin", "admin")).headers["Set-Cookie"]);
-  std::string other = cookieId(login(root, credentials("admin", "admin")).headers["Set-Cookie"]);
+TEST_F(AccessLogout, RemovesTheSessionAndClosesIt) {
+  CameraRoot const& root = sharedRoot_;
+  std::string id = cookieId(login(root, credentials("admin", "admin")));
+  std::string other = cookieId(login(root, credentials("admin", "admin")));
   // From any address: logout does not look at it.
-  CgiAnswer answer = callCgi(root, {"POST", "1.2/logout", "", "10.7.7.7", "authId=" + id});
+  CgiResult answer = callCgi(root, {"POST", "1.2/logout", "", "10.7.7.7", "authId=" + id});
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
-  EXPECT_EQ(answer.headers.count("Set-Cookie"), 0u);
+  EXPECT_FALSE(answer.header("Set-Cookie").has_value());
   auto sessions = readSessions(root);
   EXPECT_EQ(sessions.count(id), 0u);
   EXPECT_EQ(sessions.count(other), 1u);
   EXPECT_EQ(callCgi(root, {"GET", "0.1/status", "", kAddr, "authId=" + id}).status, "401");
 }
 
-TEST(AccessLogout, UnknownIdentifierAnswers500AndLeavesTheFile) {
-  CameraRoot root;
+TEST_F(AccessLogout, UnknownIdentifierAnswers500AndLeavesTheFile) {
+  CameraRoot const& root = sharedRoot_;
   login(root, credentials("admin", "admin"));
-  std::string before = readFileText(root.file("/tmp/.rest_0_1.db"));
-  CgiAnswer answer = callCgi(root, {"POST", "1.2/logout", "", kAddr, "authId=nobody"});
+  std::string before = root.read("/tmp/.rest_0_1.db");
+  CgiResult answer = callCgi(root, {"POST", "1.2/logout", "", kAddr, "authId=nobody"});
   EXPECT_EQ(answer.status, "500");
-  EXPECT_EQ(readFileText(root.file("/tmp/.rest_0_1.db")), before);
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest_login:Logout: "
+  EXPECT_EQ(root.read("/tmp/.rest_0_1.db"), before);
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:Logout: "
                             "No record for UUID 'nobody' found"));
 }
 
-TEST(AccessLogout, WithoutCookieAnswers500) {
-  CameraRoot root;
-  CgiAnswer answer = callCgi(root, {"POST", "1.2/logout", "", kAddr, ""});
+TEST_F(AccessLogout, WithoutCookieAnswers500) {
+  CameraRoot const& root = sharedRoot_;
+  CgiResult answer = callCgi(root, {"POST", "1.2/logout", "", kAddr, ""});
   EXPECT_EQ(answer.status, "500");
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest_login:Logout: "
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:Logout: "
                             "IP address and/or uuid cookie is empty"));
 }
 
-TEST(AccessLogout, NotOfferedInVersion01) {
-  CameraRoot root;
+TEST_F(AccessLogout, NotOfferedInVersion01) {
+  CameraRoot const& root = sharedRoot_;
   // "logout" is not registered for 0.1: the dispatcher refuses first.
-  CgiAnswer answer = callCgi(root, {"POST", "0.1/logout", "", kAddr, "authId=x"});
+  CgiResult answer = callCgi(root, {"POST", "0.1/logout", "", kAddr, "authId=x"});
   EXPECT_EQ(answer.status, "500");
-  EXPECT_TRUE(hasLine(root, "orvo_cgi err orvo_cgi: src/rest:processRestRequest: "
+  EXPECT_TRUE(logged("orvo_cgi err orvo_cgi: src/rest:processRestRequest: "
                             "Endpoint 'logout' doesn't support version '0.1'"));
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "harness/http.h"
+#include "support/camera.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -37,7 +37,7 @@ int pidFromFile(std::string const& path) {
 }
 
 TEST(CamsimInit, MakesTheDeviceFoldersAndAnEmptyLog) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   for (char const* folder : {"/tmp", "/var/log", "/etc", "/run/lock", "/run/orvo", "/bin", "/sbin",
                              "/sim", "/www/cgi-bin"}) {
     EXPECT_TRUE(fs::is_directory(root.file(folder))) << folder;
@@ -47,7 +47,7 @@ TEST(CamsimInit, MakesTheDeviceFoldersAndAnEmptyLog) {
 }
 
 TEST(CamsimInit, RefusesARootThatIsNotEmpty) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   touch(root.file("/tmp/keep"));
   ProcessResult result = runCamsim("init", root.path());
   EXPECT_EQ(result.exitCode, 1);
@@ -56,7 +56,7 @@ TEST(CamsimInit, RefusesARootThatIsNotEmpty) {
 }
 
 TEST(CamsimInit, ForceRecreatesTheRoot) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   touch(root.file("/tmp/stale"));
   touch(root.file("/var/log/messages"));
   ProcessResult result = runCamsim("init", root.path(), {"--force"});
@@ -88,7 +88,7 @@ TEST(CamsimInit, RootDefaultsToOrvoRoot) {
 }
 
 TEST(Camsim, UpStatusDown) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   int port = freePort();
   std::string url = "http://127.0.0.1:" + std::to_string(port);
   ProcessResult up = runCamsim("up", root.path(), {"--port", std::to_string(port), "--cgi", restCgiPath()});
@@ -127,7 +127,7 @@ TEST(Camsim, UpFailsWhenThePortIsTaken) {
   ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length), 0);
   int port = ntohs(address.sin_port);
 
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   ProcessResult up = runCamsim("up", root.path(), {"--port", std::to_string(port), "--cgi", restCgiPath()});
   close(listener);
   EXPECT_NE(up.exitCode, 0);
@@ -153,5 +153,5 @@ TEST(Camsim, UnknownCommandFails) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

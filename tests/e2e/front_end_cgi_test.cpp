@@ -1,14 +1,15 @@
 // The request front end seen from outside: rest.cgi started as a CGI program
-// in a fresh camera root, each answer compared byte for byte, each logged
-// record compared exactly (identity, level, tag, module, step and text).
+// in a camera root shared by the tests (none of them logs in or changes the
+// camera), each answer compared byte for byte, each record a test logged
+// compared exactly (identity, level, tag, module, step and text).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-
-#include "harness/camera.h"
+#include "support/camera.h"
+#include "support/cgi_run.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -37,29 +38,27 @@ std::string refusedAuthenticationRecord(std::string const& method) {
          method + "', remote addr '" + kClientAddress + "'";
 }
 
-class FrontEndCgi : public ::testing::Test {
+class FrontEndCgi : public SharedRootTest {
  protected:
-  ProcessResult call(std::string const& method, std::string const& query,
-                     CgiOptions const& options = {}) {
-    return runCgi(root_,
+  CgiResult call(std::string const& method, std::string const& query,
+                 CgiProgram const& program = CgiProgram::restCgi()) {
+    return runCgi(root(),
                   {{"REQUEST_METHOD", method},
                    {"QUERY_STRING", query},
                    {"REMOTE_ADDR", kClientAddress},
                    {"CONTENT_LENGTH", "0"}},
-                  "", options);
+                  "", program);
   }
-  ProcessResult get(std::string const& query) { return call("GET", query); }
+  CgiResult get(std::string const& query) { return call("GET", query); }
 
-  // Every record was written by the process under test.
-  std::vector<std::string> records(ProcessResult const& result) {
-    for (auto const& record : logRecords(root_)) EXPECT_EQ(record.pid, result.pid);
-    return logSummaries(root_);
+  // Every record the test logged was written by the process under test.
+  std::vector<std::string> records(CgiResult const& result) {
+    for (auto const& record : log()) EXPECT_EQ(record.pid, result.pid);
+    return logSummaries();
   }
-
-  CameraRoot root_;
 };
 
-void expectAnswer(ProcessResult const& result, int exitCode, std::string const& out) {
+void expectAnswer(CgiResult const& result, int exitCode, std::string const& out) {
   EXPECT_TRUE(result.exited) << "signal " << result.signal << (result.timedOut ? " (timeout)" : "");
   EXPECT_EQ(result.exitCode, exitCode);
   EXPECT_EQ(result.out, out);
@@ -93,7 +92,7 @@ TEST_F(FrontEndCgi, VersionWithoutApiVersionFailsTheVersionCheck) {
   expectAnswer(get("id=version"), kFailureExit, kEmpty500);
   expectAnswer(get("id=version/"), kFailureExit, kEmpty500);
   std::string const refused = dispatcherRecord("err", "Endpoint 'version' doesn't support version ''");
-  EXPECT_THAT(logSummaries(root_), ElementsAre(refused, refused));
+  EXPECT_THAT(logSummaries(), ElementsAre(refused, refused));
 }
 
 TEST_F(FrontEndCgi, EndpointWithoutVersionIsMalformed) {
@@ -126,7 +125,7 @@ TEST_F(FrontEndCgi, EndpointsRefuseVersionsTheyDoNotList) {
   expectAnswer(get("id=1.1/manage"), kFailureExit, kEmpty500);
   expectAnswer(get("id=1.1/services"), kFailureExit, kEmpty500);
   expectAnswer(get("id=1.0/reset_image"), kFailureExit, kEmpty500);
-  EXPECT_THAT(logSummaries(root_),
+  EXPECT_THAT(logSummaries(),
               ElementsAre(dispatcherRecord("err", "Endpoint 'manage' doesn't support version '1.1'"),
                           dispatcherRecord("err", "Endpoint 'services' doesn't support version '1.1'"),
                           dispatcherRecord("err",
@@ -163,7 +162,7 @@ TEST_F(FrontEndCgi, EndpointRefusedByAllThreeAuthenticatorsAnswers401) {
 
 TEST_F(FrontEndCgi, TokenWithoutReachableAvclientEndsWith401) {
   std::string const body = "{\"authToken\":\"t\"}";
-  auto result = runCgi(root_, {{"REQUEST_METHOD", "POST"},
+  auto result = runCgi(root(), {{"REQUEST_METHOD", "POST"},
                                {"QUERY_STRING", "id=1.2/manage"},
                                {"REMOTE_ADDR", kClientAddress},
                                {"CONTENT_TYPE", "application/json"},
@@ -172,7 +171,7 @@ TEST_F(FrontEndCgi, TokenWithoutReachableAvclientEndsWith401) {
   expectAnswer(result, kFailureExit, kEmpty401);
   // The bus and the IPC wrapper add lines of their own; these are ours.
   std::vector<std::string> ours;
-  for (auto const& record : logRecords(root_)) {
+  for (auto const& record : log()) {
     if (record.file == "src/rest") ours.push_back(record.summary());
   }
   EXPECT_THAT(ours,
@@ -185,7 +184,7 @@ TEST_F(FrontEndCgi, TokenWithoutReachableAvclientEndsWith401) {
 }
 
 TEST_F(FrontEndCgi, MalformedCookieIsLoggedAndSkipped) {
-  auto result = runCgi(root_, {{"REQUEST_METHOD", "GET"},
+  auto result = runCgi(root(), {{"REQUEST_METHOD", "GET"},
                                {"QUERY_STRING", "id=1.2/version"},
                                {"REMOTE_ADDR", kClientAddress},
                                {"HTTP_COOKIE", "authId=a=b; theme=dark; lonely"}});
@@ -202,11 +201,11 @@ TEST_F(FrontEndCgi, BadJsonBodyIsLoggedPerMethodAndTheRequestGoesOn) {
                      {"CONTENT_TYPE", "application/json; charset=utf-8"},
                      {"CONTENT_LENGTH", std::to_string(body.size())}};
   env["REQUEST_METHOD"] = "POST";
-  expectAnswer(runCgi(root_, env, body), kFailureExit, kEmpty500);
+  expectAnswer(runCgi(root(), env, body), kFailureExit, kEmpty500);
   env["REQUEST_METHOD"] = "PUT";
-  expectAnswer(runCgi(root_, env, body), kFailureExit, kEmpty500);
+  expectAnswer(runCgi(root(), env, body), kFailureExit, kEmpty500);
   std::string const version = "rest_version err orvo_cgi: src/rest_version:rest_version_main: ";
-  EXPECT_THAT(logSummaries(root_),
+  EXPECT_THAT(logSummaries(),
               ElementsAre("orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Failed to parse JSON string",
                           version + "Cannot process POST request",
                           "orvo_cgi err orvo_cgi: src/orvo_cgi:Parse: Failed to parse JSON string",
@@ -214,7 +213,7 @@ TEST_F(FrontEndCgi, BadJsonBodyIsLoggedPerMethodAndTheRequestGoesOn) {
 }
 
 TEST_F(FrontEndCgi, SessionCookieWithoutSessionDatabaseAnswers401) {
-  auto result = runCgi(root_, {{"REQUEST_METHOD", "GET"},
+  auto result = runCgi(root(), {{"REQUEST_METHOD", "GET"},
                                {"QUERY_STRING", "id=1.2/status"},
                                {"REMOTE_ADDR", kClientAddress},
                                {"HTTP_COOKIE", "authId=0b7c5c1e-8a48-4f0c-9d4c-2f1b6a0e9d11"}});
@@ -259,14 +258,14 @@ TEST_F(FrontEndCgi, OptionsAnswers200WithoutBodyWhateverTheRequest) {
   }
   // The request parser notes the method; the dispatcher logs nothing.
   std::string const noted = "orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Unsupported method 'OPTIONS'";
-  EXPECT_THAT(logSummaries(root_), ElementsAre(noted, noted, noted, noted));
+  EXPECT_THAT(logSummaries(), ElementsAre(noted, noted, noted, noted));
 }
 
 TEST_F(FrontEndCgi, MissingOrEmptyQueryWritesNothing) {
-  expectAnswer(runCgi(root_, {{"REQUEST_METHOD", "GET"}}), kFailureExit, "");
+  expectAnswer(runCgi(root(), {{"REQUEST_METHOD", "GET"}}), kFailureExit, "");
   expectAnswer(get(""), kFailureExit, "");
   std::string const invalid = mainRecord("warning", "Invalid rest request");
-  EXPECT_THAT(logSummaries(root_), ElementsAre(invalid, invalid));
+  EXPECT_THAT(logSummaries(), ElementsAre(invalid, invalid));
 }
 
 TEST_F(FrontEndCgi, QueryWithoutRequestStringWritesNothing) {
@@ -274,39 +273,35 @@ TEST_F(FrontEndCgi, QueryWithoutRequestStringWritesNothing) {
   expectAnswer(get("id="), kFailureExit, "");
   expectAnswer(call("OPTIONS", "x=id="), kFailureExit, "");
   std::string const invalid = mainRecord("warning", "Invalid rest request");
-  EXPECT_THAT(logSummaries(root_), ElementsAre(invalid, invalid, invalid));
+  EXPECT_THAT(logSummaries(), ElementsAre(invalid, invalid, invalid));
 }
 
 TEST_F(FrontEndCgi, BareProgramNameIsRefusedWithoutOutput) {
-  CgiOptions bare;
-  bare.argv0 = "rest.cgi";
+  CgiProgram const bare = CgiProgram::restCgiAs("rest.cgi");
   auto result = call("GET", "id=1.2/version", bare);
   expectAnswer(result, kFailureExit, "");
   EXPECT_THAT(records(result), ElementsAre(mainRecord("err", "Invalid CGI request: ")));
 }
 
 TEST_F(FrontEndCgi, OtherProgramNameIsRefusedWithoutOutput) {
-  CgiOptions other;
-  other.argv0 = "/x/other.cgi";
+  CgiProgram const other = CgiProgram::restCgiAs("/x/other.cgi");
   auto result = call("GET", "id=1.2/version", other);
   expectAnswer(result, kFailureExit, "");
   EXPECT_THAT(records(result), ElementsAre(mainRecord("err", "Invalid CGI request: other.cgi")));
 }
 
 TEST_F(FrontEndCgi, ProgramNameEndingInASlashIsRefused) {
-  CgiOptions slash;
-  slash.argv0 = "/x/rest.cgi/";
+  CgiProgram const slash = CgiProgram::restCgiAs("/x/rest.cgi/");
   auto result = call("GET", "id=1.2/version", slash);
   expectAnswer(result, kFailureExit, "");
   EXPECT_THAT(records(result), ElementsAre(mainRecord("err", "Invalid CGI request: ")));
 }
 
 TEST_F(FrontEndCgi, AnyFolderOfTheProgramIsAccepted) {
-  CgiOptions elsewhere;
-  elsewhere.argv0 = "/somewhere/else/rest.cgi";
+  CgiProgram const elsewhere = CgiProgram::restCgiAs("/somewhere/else/rest.cgi");
   expectAnswer(call("GET", "id=1.2/version", elsewhere), 0, kVersionAnswer);
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

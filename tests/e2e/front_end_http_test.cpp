@@ -4,10 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "harness/http.h"
+#include "support/camera.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -21,10 +21,7 @@ std::string dispatcherRecord(std::string const& level, std::string const& text) 
   return "orvo_cgi " + level + " orvo_cgi: src/rest:processRestRequest: " + text;
 }
 
-class FrontEndHttp : public ::testing::Test {
- protected:
-  SimulatedCamera camera_;
-};
+using FrontEndHttp = SharedCameraTest;
 
 // The CGI's own headers arrive; its Status header became the status line.
 void expectVersionAnswer(HttpResponse const& response) {
@@ -43,49 +40,49 @@ void expectEmpty500(HttpResponse const& response) {
 }
 
 TEST_F(FrontEndHttp, VersionThroughTheCgiPath) {
-  expectVersionAnswer(camera_.get("/cgi-bin/rest.cgi?id=1.2/version"));
-  EXPECT_THAT(logSummaries(camera_.root()), IsEmpty());
+  expectVersionAnswer(camera().get("/cgi-bin/rest.cgi?id=1.2/version"));
+  EXPECT_THAT(logSummaries(), IsEmpty());
 }
 
 TEST_F(FrontEndHttp, VersionThroughTheApiPath) {
-  expectVersionAnswer(camera_.get("/api/1.2/version"));
-  EXPECT_THAT(logSummaries(camera_.root()), IsEmpty());
+  expectVersionAnswer(camera().get("/api/1.2/version"));
+  EXPECT_THAT(logSummaries(), IsEmpty());
 }
 
 TEST_F(FrontEndHttp, ApiPathKeepsAFurtherQuery) {
   // /api/1.2/version?a=b is ?id=1.2/version&a=b: the request string runs to the end.
-  expectEmpty500(camera_.get("/api/1.2/version?a=b"));
-  EXPECT_THAT(logSummaries(camera_.root()),
+  expectEmpty500(camera().get("/api/1.2/version?a=b"));
+  EXPECT_THAT(logSummaries(),
               ElementsAre(dispatcherRecord("err", "No RESTful service called 'version&a=b' is registered")));
 }
 
 TEST_F(FrontEndHttp, UnknownEndpointAnswers500AndIsLoggedInTheRoot) {
-  expectEmpty500(camera_.get("/cgi-bin/rest.cgi?id=1.2/foo"));
-  EXPECT_THAT(logSummaries(camera_.root()),
+  expectEmpty500(camera().get("/cgi-bin/rest.cgi?id=1.2/foo"));
+  EXPECT_THAT(logSummaries(),
               ElementsAre(dispatcherRecord("err", "No RESTful service called 'foo' is registered")));
 }
 
 TEST_F(FrontEndHttp, PostToVersionAnswers500) {
-  expectEmpty500(camera_.request({"POST", "/api/1.2/version", {"Content-Type: text/plain"}, "x=1"}));
-  EXPECT_THAT(logSummaries(camera_.root()),
+  expectEmpty500(camera().request({"POST", "/api/1.2/version", {"Content-Type: text/plain"}, "x=1"}));
+  EXPECT_THAT(logSummaries(),
               ElementsAre("rest_version err orvo_cgi: src/rest_version:rest_version_main: "
                           "Cannot process POST request"));
 }
 
 TEST_F(FrontEndHttp, OptionsAnswers200WithoutBody) {
-  HttpResponse response = camera_.request({"OPTIONS", "/api/1.2/status", {}, {}});
+  HttpResponse response = camera().request({"OPTIONS", "/api/1.2/status", {}, {}});
   EXPECT_EQ(response.statusLine, "HTTP/1.1 200 OK");
   EXPECT_FALSE(response.header("Content-Type").has_value());
   EXPECT_EQ(response.body, "");
-  EXPECT_THAT(logSummaries(camera_.root()),
+  EXPECT_THAT(logSummaries(),
               ElementsAre("orvo_cgi warning orvo_cgi: src/orvo_cgi:Parse: Unsupported method 'OPTIONS'"));
 }
 
 TEST_F(FrontEndHttp, UnauthenticatedRequestAnswers401WithTheClientAddress) {
-  HttpResponse response = camera_.get("/api/1.2/status");
+  HttpResponse response = camera().get("/api/1.2/status");
   EXPECT_EQ(response.statusLine, "HTTP/1.1 401 Unauthorized");
   EXPECT_EQ(response.body, "");
-  EXPECT_THAT(logSummaries(camera_.root()),
+  EXPECT_THAT(logSummaries(),
               ElementsAre("orvo_cgi info orvo_cgi: src/rest:authenticate: No way to authenticate the "
                           "request: Method 'GET', remote addr '" +
                               std::string(kLoopback) + "'",
@@ -93,5 +90,5 @@ TEST_F(FrontEndHttp, UnauthenticatedRequestAnswers401WithTheClientAddress) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

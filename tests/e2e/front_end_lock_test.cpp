@@ -8,13 +8,11 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <algorithm>
-
-#include "access_support.h"
-#include "harness/camera.h"
+#include "support/camera.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr char kAddr[] = "10.1.2.3";
@@ -38,7 +36,7 @@ class HeldLock {
 // A body the write refuses before asking any daemon, so the test needs none.
 constexpr char kRefusedBody[] = "{\"device\":{\"language\":\"xx\"}}";
 
-ProcessResult putSettings(CameraRoot const& root, std::string const& sessionId) {
+CgiResult putSettings(CameraRoot const& root, std::string const& sessionId) {
   return runCgi(root,
                 {{"REQUEST_METHOD", "PUT"},
                  {"QUERY_STRING", "id=1.2/settings"},
@@ -49,27 +47,23 @@ ProcessResult putSettings(CameraRoot const& root, std::string const& sessionId) 
                 kRefusedBody);
 }
 
-size_t alreadyRunningRecords(CameraRoot const& root) {
-  auto records = logRecords(root);
-  return std::count_if(records.begin(), records.end(),
-                       [](LogRecord const& r) { return r.text == kAlreadyRunning; });
-}
+using FrontEndLock = SharedRootTest;
 
-TEST(FrontEndLock, SecondSettingsWriteAnswers429) {
-  CameraRoot root;
+TEST_F(FrontEndLock, SecondSettingsWriteAnswers429) {
+  CameraRoot const& root = FrontEndLock::root();
   // Version 0.1 answers without asking the daemons, which this test does not run.
-  CgiAnswer session = login(root, credentials("admin", "admin"), "0.1", kAddr);
+  CgiResult session = login(root, credentials("admin", "admin"), "0.1", kAddr);
   ASSERT_EQ(session.status, "200");
-  std::string id = cookieId(session.headers["Set-Cookie"]);
+  std::string id = cookieId(session);
   ASSERT_FALSE(id.empty());
 
   {
     HeldLock running(root.file(kSettingsLockFile));
-    ProcessResult refused = putSettings(root, id);
+    CgiResult refused = putSettings(root, id);
     EXPECT_TRUE(refused.exited);
     EXPECT_EQ(refused.exitCode, 0);
     EXPECT_EQ(refused.out, "Status: 429\r\nConnection: close\r\n\r\n");
-    auto records = logRecords(root);
+    auto records = log();
     ASSERT_FALSE(records.empty());
     LogRecord const& last = records.back();
     EXPECT_EQ(last.pid, refused.pid);
@@ -82,11 +76,11 @@ TEST(FrontEndLock, SecondSettingsWriteAnswers429) {
   }
   // Once the other writer is done the lock is free again: the same request
   // gets as far as validation.
-  ProcessResult after = putSettings(root, id);
+  CgiResult after = putSettings(root, id);
   EXPECT_EQ(after.out, "Status: 400\r\nConnection: close\r\n\r\n");
-  EXPECT_EQ(alreadyRunningRecords(root), 1u);
+  EXPECT_EQ(withText(log(), kAlreadyRunning).size(), 1u);
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

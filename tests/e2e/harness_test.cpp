@@ -2,14 +2,21 @@
 // the end-to-end tests can trust what they are told.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <stdlib.h>
 
-#include "harness/camera.h"
-#include "harness/http.h"
-#include "harness/process.h"
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+#include "support/camera_root.h"
+#include "support/cgi_run.h"
+#include "support/http.h"
+#include "support/log_records.h"
+#include "support/poll.h"
+#include "support/process.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 TEST(LogLine, ParsesEveryField) {
@@ -93,6 +100,87 @@ TEST(Process, ReportsATerminatingSignal) {
   EXPECT_EQ(result.signal, 15);
 }
 
+TEST(Process, RunsAnEntryPointWithExactlyTheGivenEnvironment) {
+  ProcessSpec process;
+  process.env = {"X=42"};
+  process.input = "body";
+  process.entry = [] {
+    std::string in;
+    for (int c; (c = std::getchar()) != EOF;) in += static_cast<char>(c);
+    std::printf("%s %s %d", getenv("X"), in.c_str(), getenv("PATH") == nullptr);
+    return -1;
+  };
+  ProcessResult result = runProcess(process);
+  EXPECT_TRUE(result.exited);
+  EXPECT_EQ(result.exitCode, 255);
+  EXPECT_EQ(result.out, "42 body 1");
+}
+
+TEST(CgiAnswer, SplitsHeadersStatusAndBody) {
+  CgiResult result;
+  result.exitCode = 255;
+  result.out = "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n{}";
+  splitCgiAnswer(result);
+  ASSERT_EQ(result.headers.size(), 3u);
+  EXPECT_EQ(result.headers[0].first, "Content-Type");
+  EXPECT_EQ(result.header("Connection"), "close");
+  EXPECT_EQ(result.status, "200");
+  EXPECT_EQ(result.body, "{}");
+  EXPECT_EQ(result.returned(), -1);
+}
+
+TEST(CgiAnswer, OutputWithoutBlankLineHasNoHeaders) {
+  CgiResult result;
+  result.out = "Status: 200\r\n";
+  splitCgiAnswer(result);
+  EXPECT_TRUE(result.headers.empty());
+  EXPECT_EQ(result.status, "");
+}
+
+TEST(CgiRun, KeepsTheRecordsTheRunAdded) {
+  CameraRoot root;
+  root.write("/var/log/messages", "old line that is not a record\n");
+  CgiResult result = runCgi(root, {{"A", "b"}}, "", CgiProgram::inProcess([] {
+    std::string const path = std::string(getenv("ORVO_ROOT")) + "/var/log/messages";
+    FILE* log = std::fopen(path.c_str(), "a");
+    std::fprintf(log, "t x[7]: <info> tag: f:g:1: from %s\n", getenv("A"));
+    std::fclose(log);
+    return 0;
+  }));
+  ASSERT_EQ(result.log.size(), 1u);
+  EXPECT_EQ(result.log[0].summary(), "x info tag: f:g: from b");
+}
+
+TEST(RootSnapshot, PutsBackChangedRemovedAndNewFiles) {
+  CameraRoot root;
+  root.write("/etc/kept", "one");
+  root.write("/etc/orvo/gone", "two");
+  root.write("/outside", "three");
+  RootSnapshot snapshot(root, {"/etc", "/sim/clock"});
+  root.write("/etc/kept", "changed");
+  root.remove("/etc/orvo/gone");
+  root.write("/etc/orvo/new", "x");
+  root.write("/sim/clock", "301");
+  root.write("/outside", "changed");
+  snapshot.restore();
+  EXPECT_EQ(root.read("/etc/kept"), "one");
+  EXPECT_EQ(root.read("/etc/orvo/gone"), "two");
+  EXPECT_FALSE(root.exists("/etc/orvo/new"));
+  EXPECT_FALSE(root.exists("/sim/clock"));
+  EXPECT_EQ(root.read("/outside"), "changed");
+}
+
+TEST(Poll, EventuallyStopsAtTheFirstSuccessAndHoldsForAtTheFirstFailure) {
+  int calls = 0;
+  EXPECT_TRUE(eventually([&] { return ++calls == 3; }, std::chrono::seconds(5)));
+  EXPECT_EQ(calls, 3);
+  calls = 0;
+  EXPECT_FALSE(holdsFor([&] { return ++calls < 3; }, std::chrono::seconds(5)));
+  EXPECT_EQ(calls, 3);
+  EXPECT_FALSE(eventually([] { return false; }, std::chrono::milliseconds(20)));
+  EXPECT_TRUE(holdsFor([] { return true; }, std::chrono::milliseconds(20)));
+}
+
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

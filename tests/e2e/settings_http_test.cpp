@@ -3,30 +3,59 @@
 // read back; slow, silent and concurrent cases.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <chrono>
+#include <fstream>
 #include <thread>
 
-#include "access_support.h"
-#include "camera_support.h"
-#include "harness/http.h"
+#include "messages/daemons.h"
 #include "orvo/variant/variant.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
 
-class SettingsHttp : public ::testing::Test {
+using orvo::daemons::kAvclient;
+using orvo::daemons::kCtlServer;
+using orvo::daemons::kIspServer;
+using orvo::daemons::kNetworkd;
+using orvo::daemons::kNvr;
+using orvo::daemons::kOsd;
+using orvo::daemons::kStreamer;
+
+// Whether a process holds the settings write's lock right now, read from
+// /proc/locks: trying the lock would itself turn a writer away.
+bool settingsWriteRunning(CameraRoot const& root) {
+  struct stat file {};
+  if (stat(root.file("/run/lock/orvo/rest_settings_put.lock").c_str(), &file) != 0) return false;
+  std::ifstream locks("/proc/locks");
+  std::string const inode = ":" + std::to_string(file.st_ino) + " ";
+  for (std::string line; std::getline(locks, line);) {
+    if (line.find(" FLOCK ") != std::string::npos && line.find(inode) != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+class SettingsHttp : public SharedCameraTest {
  protected:
   HttpResponse get() { return camera_.request({"GET", "/api/1.2/settings", {cookie_}, {}}); }
   HttpResponse put(std::string const& body) {
     return camera_.request(
         {"PUT", "/api/1.2/settings", {cookie_, "Content-Type: application/json"}, body});
   }
-  std::string systemCfg() { return readFileText(camera_.root().file("/etc/orvo/system.cfg")); }
+  std::string systemCfg() { return camera_.root().read("/etc/orvo/system.cfg"); }
+  Variant state(char const* daemon) { return daemonState(camera_.root(), daemon); }
 
-  SimulatedCamera camera_;
+  SimulatedCamera const& camera_ = camera();
   std::string cookie_ = sessionCookie(camera_);
 };
 
@@ -40,15 +69,15 @@ TEST_F(SettingsHttp, WriteLandsWhereItBelongsAndReadsBack) {
   ASSERT_EQ(answer.status, 200);
   EXPECT_EQ(answer.body, "");
 
-  Variant isp = daemonState(camera_, "orvo_ispserver");
+  Variant isp = state(kIspServer);
   EXPECT_EQ(text(isp, "settings/brightness"), "30");
   EXPECT_EQ(text(isp, "settings/contrast"), "50");  // the not-set marker changed nothing
-  Variant osd = daemonState(camera_, "orvo_osd");
+  Variant osd = state(kOsd);
   EXPECT_EQ(text(osd, "settings/textScale"), "70");
-  Variant ctl = daemonState(camera_, "orvo_ctlserver");
+  Variant ctl = state(kCtlServer);
   EXPECT_EQ(text(ctl, "device/name"), R"("Porch")");
   EXPECT_EQ(text(ctl, "device/timezone"), R"("UTC")");
-  Variant network = daemonState(camera_, "orvo_networkd");
+  Variant network = state(kNetworkd);
   EXPECT_EQ(text(network, "settings/statik/ip"), R"("10.0.0.5")");
   EXPECT_NE(systemCfg().find("device.language=fr\n"), std::string::npos) << systemCfg();
   EXPECT_NE(systemCfg().find("httpd.anonSnapshot=1\n"), std::string::npos);
@@ -73,17 +102,16 @@ TEST_F(SettingsHttp, InvalidBodyChangesNothing) {
   EXPECT_EQ(answer.status, 400);
   EXPECT_EQ(answer.body, "");
   EXPECT_EQ(systemCfg(), before);
-  Variant isp = daemonState(camera_, "orvo_ispserver");
+  Variant isp = state(kIspServer);
   EXPECT_EQ(text(isp, "settings/brightness"), "50");
-  EXPECT_TRUE(hasLine(camera_.root(), "rest_settings err orvo_cgi: src/rest_settings:"
+  EXPECT_TRUE(logged("rest_settings err orvo_cgi: src/rest_settings:"
                                       "is_valid_put_request: Not supported language"));
-  EXPECT_TRUE(hasLine(camera_.root(),
-                      "rest_settings err orvo_cgi: src/rest_settings:handle_put: Invalid request"));
+  EXPECT_TRUE(logged("rest_settings err orvo_cgi: src/rest_settings:handle_put: Invalid request"));
 }
 
 TEST_F(SettingsHttp, EmptyControllerAddressIsOnlyAWarning) {
   EXPECT_EQ(put(R"({"controller":{"addr":""}})").status, 200);
-  EXPECT_TRUE(hasLine(camera_.root(), "rest_settings warning orvo_cgi: src/rest_settings:"
+  EXPECT_TRUE(logged("rest_settings warning orvo_cgi: src/rest_settings:"
                                       "handle_put: controller addr must be non-empty"));
 }
 
@@ -91,15 +119,15 @@ TEST_F(SettingsHttp, EmptyControllerAddressIsOnlyAWarning) {
 // loads only for such requests: both verdicts prove it loaded.
 TEST_F(SettingsHttp, ControllerAddressIsParsedAndAdopted) {
   EXPECT_EQ(put(R"({"controller":{"addr":"ctl.example.net:7443/adopt"}})").status, 200);
-  Variant avclient = daemonState(camera_, "orvo_avclient");
+  Variant avclient = state(kAvclient);
   EXPECT_EQ(text(avclient, "hosts"), R"(["ctl.example.net:7443/adopt"])");
   EXPECT_EQ(put(R"({"controller":{"addr":"bad host^name"}})").status, 400);
-  EXPECT_TRUE(hasLine(camera_.root(), "rest_settings err orvo_cgi: src/rest_settings:"
+  EXPECT_TRUE(logged("rest_settings err orvo_cgi: src/rest_settings:"
                                       "is_valid_put_request: controller/addr is not valid"));
 }
 
 TEST_F(SettingsHttp, SilentStreamerLeavesAvEmpty) {
-  control(camera_, {"orvo_streamer", "silent", "on"});
+  control(kStreamer, {"silent", "on"});
   HttpResponse read = get();
   ASSERT_EQ(read.status, 200);
   Variant doc = parsed(read.body);
@@ -108,27 +136,29 @@ TEST_F(SettingsHttp, SilentStreamerLeavesAvEmpty) {
 }
 
 TEST_F(SettingsHttp, SlowDaemonIsNamedInTheLog) {
-  control(camera_, {"orvo_nvr", "latency", "1200"});
+  control(kNvr, {"latency", "1200"});
   ASSERT_EQ(get().status, 200);
-  EXPECT_EQ(countLines(camera_.root(), "msgNvr took "), 1u);
-  EXPECT_EQ(countLines(camera_.root(), "msgIsp took "), 0u);
+  EXPECT_EQ(countLogged("msgNvr took "), 1u);
+  EXPECT_EQ(countLogged("msgIsp took "), 0u);
 }
 
 TEST_F(SettingsHttp, SecondWriterWhileTheFirstRunsAnswers429) {
-  control(camera_, {"orvo_ispserver", "latency", "1500"});
+  control(kIspServer, {"latency", "1500"});
   HttpResponse first;
   std::thread writer([&] { first = put(R"({"isp":{"brightness":20}})"); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  // The first writer holds the lock while the slow daemon keeps it waiting.
+  EXPECT_TRUE(eventually([&] { return settingsWriteRunning(camera_.root()); },
+                         std::chrono::seconds(10)));
   HttpResponse second = put(R"({"isp":{"brightness":25}})");
   writer.join();
   EXPECT_EQ(first.status, 200);
   EXPECT_EQ(second.status, 429);
   EXPECT_EQ(second.body, "");
-  EXPECT_EQ(countLines(camera_.root(), "'rest_settings_put' is already running"), 1u);
-  Variant isp = daemonState(camera_, "orvo_ispserver");
+  EXPECT_EQ(countLogged("'rest_settings_put' is already running"), 1u);
+  Variant isp = state(kIspServer);
   EXPECT_EQ(text(isp, "settings/brightness"), "20");
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

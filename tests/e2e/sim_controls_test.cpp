@@ -6,12 +6,14 @@
 
 #include <string>
 
-#include "access_support.h"
-#include "harness/http.h"
+#include "messages/daemons.h"
 #include "orvo/variant/variant.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr char kToken[] = "controller-token-1";
@@ -33,24 +35,23 @@ int tokenLogin(SimulatedCamera const& camera) {
 // `camsim call orvo_ctlserver <message>`: the control server's answer.
 orvo::variant::Variant callControlServer(SimulatedCamera const& camera,
                                          std::string const& message) {
-  ProcessResult call = runCamsim("call", camera.root().path(), {"orvo_ctlserver", message});
+  ProcessResult call =
+      runCamsim("call", camera.root().path(), {orvo::daemons::kCtlServer, message});
   EXPECT_TRUE(call.exited && call.exitCode == 0) << call.err;
-  orvo::variant::Variant answer;
-  EXPECT_TRUE(answer.FromJSON(call.out)) << call.out;
-  return answer;
+  return parsed(call.out);
 }
 
 bool hasError(orvo::variant::Variant const& answer) {
   return answer.GetKeyChain(orvo::variant::VT_ANY, "error", false) != nullptr;
 }
 
-void setAdopted(SimulatedCamera const& camera, char const* value) {
-  ProcessResult ctl = runCamsim("ctl", camera.root().path(), {"orvo_avclient", "adopted", value});
-  ASSERT_TRUE(ctl.exited && ctl.exitCode == 0) << ctl.err;
-}
+class SimControls : public SharedCameraTest {
+ protected:
+  void setAdopted(char const* value) { control(orvo::daemons::kAvclient, {"adopted", value}); }
+};
 
-TEST(SimControls, ChangedPasswordIsTheOneThatLogsIn) {
-  SimulatedCamera camera;
+TEST_F(SimControls, ChangedPasswordIsTheOneThatLogsIn) {
+  SimulatedCamera const& camera = SimControls::camera();
   ASSERT_EQ(passwordLogin(camera, "admin"), 200);
   orvo::variant::Variant answer = callControlServer(
       camera, R"({"functionName":"ChangeUsernamePassword","passwordOld":"admin",)"
@@ -61,8 +62,8 @@ TEST(SimControls, ChangedPasswordIsTheOneThatLogsIn) {
   EXPECT_EQ(passwordLogin(camera, "s3cret-1"), 200);
 }
 
-TEST(SimControls, WrongOldPasswordChangesNothing) {
-  SimulatedCamera camera;
+TEST_F(SimControls, WrongOldPasswordChangesNothing) {
+  SimulatedCamera const& camera = SimControls::camera();
   orvo::variant::Variant answer = callControlServer(
       camera, R"({"functionName":"ChangeUsernamePassword","passwordOld":"nimda",)"
               R"("passwordNew":"s3cret-1"})");
@@ -71,17 +72,17 @@ TEST(SimControls, WrongOldPasswordChangesNothing) {
   EXPECT_EQ(passwordLogin(camera, "admin"), 200);
 }
 
-TEST(SimControls, AdoptionControlDecidesWhetherTheTokenOpensLogin) {
-  SimulatedCamera camera;
-  setToken(camera.root(), kToken);
-  setAdopted(camera, "false");
+TEST_F(SimControls, AdoptionControlDecidesWhetherTheTokenOpensLogin) {
+  SimulatedCamera const& camera = SimControls::camera();
+  setToken(kToken);
+  setAdopted("false");
   EXPECT_EQ(tokenLogin(camera), 401);
-  setAdopted(camera, "true");
+  setAdopted("true");
   EXPECT_EQ(tokenLogin(camera), 200);
-  setAdopted(camera, "false");
+  setAdopted("false");
   EXPECT_EQ(tokenLogin(camera), 401);
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -2,22 +2,23 @@
 // the simulated daemons running.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <set>
 
-#include "access_support.h"
-#include "camera_support.h"
-#include "harness/http.h"
+#include "messages/daemons.h"
 #include "orvo/variant/variant.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
+using StatusHttp = SharedCameraTest;
 
-TEST(StatusHttp, DocumentFromTheSimulatedCamera) {
-  SimulatedCamera camera;
+TEST_F(StatusHttp, DocumentFromTheSimulatedCamera) {
+  SimulatedCamera const& camera = StatusHttp::camera();
   HttpResponse answer = camera.request({"GET", "/api/1.2/status", {sessionCookie(camera)}, {}});
   ASSERT_EQ(answer.status, 200) << answer.body;
   EXPECT_EQ(answer.header("Content-Type"), "application/json");
@@ -38,43 +39,41 @@ TEST(StatusHttp, DocumentFromTheSimulatedCamera) {
   EXPECT_NE(text(doc, "system/uptime"), "(absent)");
 }
 
-TEST(StatusHttp, Version01IsTheSmallDocument) {
-  SimulatedCamera camera;
+TEST_F(StatusHttp, Version01IsTheSmallDocument) {
+  SimulatedCamera const& camera = StatusHttp::camera();
   HttpResponse answer = camera.request({"GET", "/api/0.1/status", {sessionCookie(camera)}, {}});
   ASSERT_EQ(answer.status, 200);
   EXPECT_EQ(keysOf(parsed(answer.body)), (std::set<std::string>{"fwver", "mac", "model"}));
 }
 
-TEST(StatusHttp, WithoutSessionIsRefused) {
-  SimulatedCamera camera;
+TEST_F(StatusHttp, WithoutSessionIsRefused) {
+  SimulatedCamera const& camera = StatusHttp::camera();
   EXPECT_EQ(camera.get("/api/1.2/status").status, 401);
 }
 
-TEST(StatusHttp, PostIsRefusedWithoutBody) {
-  SimulatedCamera camera;
+TEST_F(StatusHttp, PostIsRefusedWithoutBody) {
+  SimulatedCamera const& camera = StatusHttp::camera();
   HttpResponse answer =
       camera.request({"POST", "/api/1.2/status", {sessionCookie(camera)}, std::string("{}")});
   EXPECT_EQ(answer.status, 500);
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(hasLine(camera.root(),
-                      "rest_status err orvo_cgi: src/rest_status:rest_status_main: "
+  EXPECT_TRUE(logged("rest_status err orvo_cgi: src/rest_status:rest_status_main: "
                       "Cannot process POST request"));
 }
 
-TEST(StatusHttp, NetworkDaemonDownFailsTheDocument) {
-  SimulatedCamera camera;
+TEST_F(StatusHttp, NetworkDaemonDownFailsTheDocument) {
+  SimulatedCamera const& camera = StatusHttp::camera();
   std::string const cookie = sessionCookie(camera);
-  ASSERT_EQ(runCamsim("ctl", camera.root().path(), {"orvo_networkd", "stop"}).exitCode, 0);
+  control(orvo::daemons::kNetworkd, {"stop"});
   HttpResponse answer = camera.request({"GET", "/api/1.2/status", {cookie}, {}});
   EXPECT_EQ(answer.status, 500);
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(hasLine(camera.root(),
-                      "rest_status err orvo_cgi: src/rest_status:RestGetStatus: "
+  EXPECT_TRUE(logged("rest_status err orvo_cgi: src/rest_status:RestGetStatus: "
                       "Failed to query NetworkStatus"));
 }
 
-TEST(StatusHttp, StatusFollowsTheSettingsWritten) {
-  SimulatedCamera camera;
+TEST_F(StatusHttp, StatusFollowsTheSettingsWritten) {
+  SimulatedCamera const& camera = StatusHttp::camera();
   std::string const cookie = sessionCookie(camera);
   HttpResponse put = camera.request({"PUT", "/api/1.2/settings",
                                      {cookie, "Content-Type: application/json"},
@@ -88,14 +87,13 @@ TEST(StatusHttp, StatusFollowsTheSettingsWritten) {
 
 // Without a stored language the status document says "en-US" while the
 // settings read gives the empty string.
-TEST(StatusHttp, UnsetLanguageReadsEnUsInStatusAndEmptyInSettings) {
-  SimulatedCamera camera;
-  std::string const cfgPath = camera.root().file("/etc/orvo/system.cfg");
-  std::string cfg = readFileText(cfgPath);
+TEST_F(StatusHttp, UnsetLanguageReadsEnUsInStatusAndEmptyInSettings) {
+  SimulatedCamera const& camera = StatusHttp::camera();
+  std::string cfg = camera.root().read("/etc/orvo/system.cfg");
   std::string::size_type line = cfg.find("device.language=");
   ASSERT_NE(line, std::string::npos) << cfg;
   cfg.erase(line, cfg.find('\n', line) - line + 1);
-  std::ofstream(cfgPath, std::ios::trunc) << cfg;
+  camera.root().write("/etc/orvo/system.cfg", cfg);
   std::string const cookie = sessionCookie(camera);
   Variant status = parsed(camera.request({"GET", "/api/1.2/status", {cookie}, {}}).body);
   EXPECT_EQ(text(status, "device/language"), R"("en-US")");
@@ -104,5 +102,5 @@ TEST(StatusHttp, UnsetLanguageReadsEnUsInStatusAndEmptyInSettings) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

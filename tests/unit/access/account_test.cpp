@@ -4,15 +4,12 @@
 
 #include <vector>
 
-#include "access_test_root.h"
+#include "support/camera_root.h"
 #include "orvo/utils/account.h"
 
 namespace {
 
 using namespace orvo::utils;
-using accesstest::readDeviceFile;
-using accesstest::removeDeviceFile;
-using accesstest::writeDeviceFile;
 
 TEST(AccountRecordParse, AcceptsOneLineWithOptionalNewline) {
   AccountRecord record;
@@ -52,11 +49,11 @@ TEST(ConstantTime, ComparesBytesAndLengths) {
 
 TEST(Password, StoredOnlyAsHashAndChecked) {
   ASSERT_EQ(setAccount("admin", "s3cret pass"), 0);
-  std::string file = readDeviceFile(kAccountFile);
+  std::string file = orvo::test::processRoot().read(kAccountFile);
   EXPECT_EQ(file.find("s3cret"), std::string::npos);
   EXPECT_EQ(file.compare(0, 9, "admin:$6$"), 0) << file;
   struct stat info {};
-  ASSERT_EQ(stat((accesstest::testRoot() + kAccountFile).c_str(), &info), 0);
+  ASSERT_EQ(stat((orvo::test::processRoot().path() + kAccountFile).c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0600u);
 
   bool ok = false;
@@ -74,7 +71,7 @@ TEST(Password, StoredOnlyAsHashAndChecked) {
 
 TEST(Password, AcceptsHashesMadeElsewhere) {
   // "admin" hashed with SHA-512 crypt, as camsim writes it.
-  writeDeviceFile(kAccountFile,
+  orvo::test::processRoot().write(kAccountFile,
                   "admin:$6$aUR6JSJIVI08D6UV$bY0O2LJWNbzGg3sL2GSqBAHibXTyeWUMth00JYi5NF0w9DW5mSA3Q"
                   "69VD4sg2nQiET7T.jAFMqihSHmk3WDbw0\n");
   bool ok = false;
@@ -85,11 +82,11 @@ TEST(Password, AcceptsHashesMadeElsewhere) {
 }
 
 TEST(Password, UnreadableAccountIsAnErrorNotAVerdict) {
-  removeDeviceFile(kAccountFile);
+  orvo::test::processRoot().remove(kAccountFile);
   bool ok = true;
   EXPECT_EQ(authenticatePassword("admin", "admin", ok), -1);
   EXPECT_FALSE(ok);
-  writeDeviceFile(kAccountFile, "admin:plaintext\n");
+  orvo::test::processRoot().write(kAccountFile, "admin:plaintext\n");
   ok = true;
   EXPECT_EQ(authenticatePassword("admin", "plaintext", ok), -1);
   EXPECT_FALSE(ok);
@@ -121,14 +118,14 @@ TEST(PasswordChange, NeedsTheOldPasswordAndStoresTheNew) {
   EXPECT_EQ(user, "operator");
   EXPECT_EQ(changePassword("operator", "newer", "", ""), PasswordChange::kRefused);
   EXPECT_EQ(changePassword("admin", "newer", "", "x"), PasswordChange::kRefused);
-  removeDeviceFile(kAccountFile);
+  orvo::test::processRoot().remove(kAccountFile);
   EXPECT_EQ(changePassword("", "newer", "", "x"), PasswordChange::kStoreFailed);
   EXPECT_EQ(accountUserName(user), -1);
 }
 
 TEST(Token, ComparedWithTheStoredToken) {
   ASSERT_EQ(setAuthToken("tok-123"), 0);
-  EXPECT_EQ(readDeviceFile(kAuthTokenFile), "tok-123\n");
+  EXPECT_EQ(orvo::test::processRoot().read(kAuthTokenFile), "tok-123\n");
   bool ok = false;
   EXPECT_EQ(authenticateToken("tok-123", ok), 0);
   EXPECT_TRUE(ok);
@@ -145,7 +142,7 @@ TEST(Token, NoTokenOpensNothing) {
   EXPECT_FALSE(ok);
   EXPECT_EQ(authenticateToken("anything", ok), 0);
   EXPECT_FALSE(ok);
-  writeDeviceFile(kAuthTokenFile, "\n");
+  orvo::test::processRoot().write(kAuthTokenFile, "\n");
   EXPECT_EQ(authenticateToken("", ok), 0);
   EXPECT_FALSE(ok);
   EXPECT_EQ(setAuthToken("two\nlines"), -1);

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "access_test_root.h"
+#include "support/camera_root.h"
 #include "btmp.h"
 #include "orvo/utils/clock.h"
 
@@ -15,11 +15,11 @@ namespace {
 
 using namespace orvo::rest::access;
 
-std::string btmpFile() { return accesstest::testRoot() + kBtmpPath; }
+std::string btmpFile() { return orvo::test::processRoot().path() + kBtmpPath; }
 
 void writeRecords(std::vector<time_t> const& times) {
-  accesstest::removeDeviceFile(kBtmpPath);
-  accesstest::writeDeviceFile(kBtmpPath, "");
+  orvo::test::processRoot().remove(kBtmpPath);
+  orvo::test::processRoot().write(kBtmpPath, "");
   for (time_t t : times) {
     struct utmp record = makeFailedLoginRecord("u", "h", t);
     updwtmp(btmpFile().c_str(), &record);
@@ -43,7 +43,7 @@ TEST(FailedLoginRecord, FieldsAndLimits) {
 }
 
 TEST(FailedLoginCount, MissingFileCountsZero) {
-  accesstest::removeDeviceFile(kBtmpPath);
+  orvo::test::processRoot().remove(kBtmpPath);
   EXPECT_EQ(EntriesInUTmp(), 0);
   EXPECT_FALSE(loginLockedDown());
 }
@@ -75,9 +75,9 @@ TEST(ClearFailedLogins, TruncatesAnExistingFileAndCreatesNone) {
   time_t now = orvo::utils::moment();
   writeRecords({now, now});
   clearFailedLogins("src/rest", "test");
-  EXPECT_EQ(accesstest::readDeviceFile(kBtmpPath), "");
+  EXPECT_EQ(orvo::test::processRoot().read(kBtmpPath), "");
   EXPECT_EQ(EntriesInUTmp(), 0);
-  accesstest::removeDeviceFile(kBtmpPath);
+  orvo::test::processRoot().remove(kBtmpPath);
   clearFailedLogins("src/rest", "test");
   EXPECT_NE(access(btmpFile().c_str(), F_OK), 0);
 }

@@ -15,22 +15,24 @@ int callLoginHandler(std::string const& endpoint) {
 }
 
 TEST(LoginHandler, RefusesAnEndpointOtherThanLoginOrLogout) {
-  cgitest::Captured run = cgitest::runAsCgi(
+  cgitest::CgiResult run = cgitest::runAsCgi(
       {{"REQUEST_METHOD", "POST"}, {"REMOTE_ADDR", "10.0.0.1"}, {"QUERY_STRING", "id=1.2/x"}}, "",
       [] { return callLoginHandler("session"); });
-  EXPECT_EQ(run.result, -1);
-  EXPECT_TRUE(cgitest::logged(run, "rest_login[")) << "identity";
-  EXPECT_TRUE(cgitest::logged(
-      run, "src/rest_login:rest_login_main:"));
-  EXPECT_TRUE(cgitest::logged(run, "Unknown service 'session' passed to login/logout handler"));
+  EXPECT_EQ(run.returned(), -1);
+  auto const records =
+      orvo::test::withText(run.log, "Unknown service 'session' passed to login/logout handler");
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0].identity, "rest_login");
+  EXPECT_EQ(records[0].file, "src/rest_login");
+  EXPECT_EQ(records[0].function, "rest_login_main");
   EXPECT_EQ(run.out, "Status: 500\r\nConnection: close\r\n\r\n");
 }
 
 TEST(LoginHandler, RefusesPutBeforeLookingAtTheEndpoint) {
-  cgitest::Captured run = cgitest::runAsCgi(
+  cgitest::CgiResult run = cgitest::runAsCgi(
       {{"REQUEST_METHOD", "PUT"}, {"REMOTE_ADDR", "10.0.0.1"}}, "",
       [] { return callLoginHandler("login"); });
-  EXPECT_EQ(run.result, -1);
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_TRUE(cgitest::logged(run, "Cannot process 'PUT' request"));
   EXPECT_FALSE(cgitest::logged(run, "Authenticate failed"));
 }

@@ -1,26 +1,24 @@
-// Runs code in the conditions of a CGI process: a chosen environment, a
-// body on standard input, standard output captured, inside a camera root.
+// The CGI tests run library code as a CGI process (support/cgi_run.h), each
+// run in a fresh camera root of its own.
 #pragma once
 
 #include <functional>
-#include <map>
 #include <string>
-#include <vector>
+
+#include "support/cgi_run.h"
 
 namespace cgitest {
 
-struct Captured {
-  std::string out;               // exact bytes written to standard output
-  int result = 0;                // what the code returned
-  std::vector<std::string> log;  // lines added to the camera root's log
-};
+using orvo::test::CgiResult;
 
-// Runs `code` in a forked child with exactly `env` (plus ORVO_ROOT set to a
-// fresh camera root) and `body` on standard input.
-Captured runAsCgi(std::map<std::string, std::string> const& env, std::string const& body,
-                  std::function<int()> const& code);
+// runCgi() of `code` called in a forked child, in a root made for the run.
+CgiResult runAsCgi(orvo::test::Environment const& env, std::string const& body,
+                   std::function<int()> const& code);
 
-// True when some log line contains `text`.
-bool logged(Captured const& run, std::string const& text);
+// The one record of the run whose text is exactly `text`, as "<level>
+// <file>:<function>", or "" when there is none (or more than one).
+std::string loggedAt(CgiResult const& run, std::string const& text);
+// Whether a record of the run has exactly that text.
+bool logged(CgiResult const& run, std::string const& text);
 
 }  // namespace cgitest

@@ -6,13 +6,13 @@
 #include "rest.h"
 #include "rest_auth.h"
 
-using cgitest::Captured;
+using cgitest::CgiResult;
 using cgitest::logged;
 using cgitest::runAsCgi;
 
 namespace {
 
-Captured dispatch(std::string const& method, std::string const& request) {
+CgiResult dispatch(std::string const& method, std::string const& request) {
   return runAsCgi({{"REQUEST_METHOD", method}, {"QUERY_STRING", "id=" + request}}, "",
                   [request] { return processRestRequest(request); });
 }
@@ -150,40 +150,40 @@ TEST(SplitRestRequest, WithoutVersionOnlyVersionPasses) {
 }
 
 TEST(Dispatch, VersionAnswersOnlyGet) {
-  Captured ok = dispatch("GET", "1.2/version");
-  EXPECT_EQ(ok.result, 0);
+  CgiResult ok = dispatch("GET", "1.2/version");
+  EXPECT_EQ(ok.returned(), 0);
   EXPECT_EQ(ok.out,
             "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n"
             "{\"version\":\"1.2\"}");
-  Captured post = dispatch("POST", "1.2/version");
-  EXPECT_EQ(post.result, -1);
+  CgiResult post = dispatch("POST", "1.2/version");
+  EXPECT_EQ(post.returned(), -1);
   EXPECT_EQ(post.out, "Status: 500\r\nConnection: close\r\n\r\n");
   EXPECT_TRUE(logged(post, "Cannot process POST request"));
 }
 
 TEST(Dispatch, RestPathKeepsFurtherSlashes) {
   // settings is closed: the path still splits, and the request ends at 401.
-  Captured run = dispatch("GET", "1.2/settings/extra/part");
+  CgiResult run = dispatch("GET", "1.2/settings/extra/part");
   EXPECT_EQ(run.out, "Status: 401\r\nConnection: close\r\n\r\n");
   EXPECT_TRUE(logged(run, "Not yet authenticated to process 'settings' request"));
 }
 
 TEST(Dispatch, EmptyRequestString) {
-  Captured run = dispatch("GET", "");
+  CgiResult run = dispatch("GET", "");
   EXPECT_EQ(run.out, "Status: 500\r\nConnection: close\r\n\r\n");
   EXPECT_TRUE(logged(run, "Empty request string from restful request"));
 }
 
 TEST(Dispatch, UnversionedVersionFailsTheVersionCheck) {
   for (char const* request : {"version", "version/"}) {
-    Captured run = dispatch("GET", request);
+    CgiResult run = dispatch("GET", request);
     EXPECT_EQ(run.out, "Status: 500\r\nConnection: close\r\n\r\n") << request;
     EXPECT_TRUE(logged(run, "Endpoint 'version' doesn't support version ''")) << request;
   }
 }
 
 TEST(Dispatch, OptionsAnswersAtOnce) {
-  Captured run = dispatch("OPTIONS", "anything/at/all");
-  EXPECT_EQ(run.result, 0);
+  CgiResult run = dispatch("OPTIONS", "anything/at/all");
+  EXPECT_EQ(run.returned(), 0);
   EXPECT_EQ(run.out, "Status: 200\r\nConnection: close\r\n\r\n");
 }

@@ -7,7 +7,7 @@
 #include "cgi_test_support.h"
 #include "orvo_cgi.h"
 
-using cgitest::Captured;
+using cgitest::CgiResult;
 using cgitest::logged;
 using cgitest::runAsCgi;
 using orvo::cgi::CGIRequest;
@@ -35,13 +35,13 @@ int dumpRequest() {
   return 0;
 }
 
-Captured get(std::string const& query, std::string const& cookie = "") {
+CgiResult get(std::string const& query, std::string const& cookie = "") {
   std::map<std::string, std::string> env = {{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", query}};
   if (!cookie.empty()) env["HTTP_COOKIE"] = cookie;
   return runAsCgi(env, "", dumpRequest);
 }
 
-Captured send(std::string const& method, std::string const& type, std::string const& body,
+CgiResult send(std::string const& method, std::string const& type, std::string const& body,
               std::string const& query = "") {
   return runAsCgi({{"REQUEST_METHOD", method},
                    {"CONTENT_TYPE", type},
@@ -64,7 +64,7 @@ TEST(HtmlDecode, DecodesPercentEscapesOnly) {
 }
 
 TEST(CGIRequest, QueryKeepsDuplicatesAndSkipsKeylessTokens) {
-  Captured run = get("a=1&a=2&b&=x");
+  CgiResult run = get("a=1&a=2&b&=x");
   EXPECT_EQ(run.out,
             "query a=1\nquery a=2\njson null\nqs [a=1&a=2&b&=x] ct [] token 0\n");
 }
@@ -76,49 +76,47 @@ TEST(CGIRequest, QueryValuesArePercentDecodedButPlusIsKept) {
 }
 
 TEST(CGIRequest, JsonContentTypeIsCutAtSemicolon) {
-  Captured run = send("POST", "application/json; charset=utf-8", R"({"a":1})");
+  CgiResult run = send("POST", "application/json; charset=utf-8", R"({"a":1})");
   EXPECT_NE(run.out.find("json {\"a\":1}\n"), std::string::npos) << run.out;
   EXPECT_NE(run.out.find("ct [application/json]"), std::string::npos);
 }
 
 TEST(CGIRequest, ContentTypeIsNotTrimmed) {
-  Captured run = send("POST", "application/json ; charset=utf-8", R"({"a":1})");
+  CgiResult run = send("POST", "application/json ; charset=utf-8", R"({"a":1})");
   EXPECT_NE(run.out.find("json null\n"), std::string::npos) << run.out;
   EXPECT_NE(run.out.find("ct [application/json ]"), std::string::npos);
 }
 
 TEST(CGIRequest, PlainTextPostIsReadAsFormVariables) {
-  Captured run = send("POST", "text/plain", "x=1&y=two");
+  CgiResult run = send("POST", "text/plain", "x=1&y=two");
   EXPECT_NE(run.out.find("form x=1\nform y=two\n"), std::string::npos) << run.out;
   EXPECT_NE(run.out.find("json null\n"), std::string::npos);
 }
 
 TEST(CGIRequest, QueryStringOfPostAndPutIsNotParsed) {
   for (char const* method : {"POST", "PUT"}) {
-    Captured run = send(method, "application/json", "{}", "a=1");
+    CgiResult run = send(method, "application/json", "{}", "a=1");
     EXPECT_EQ(run.out.find("query "), std::string::npos) << method;
     EXPECT_NE(run.out.find("qs [] "), std::string::npos) << method;
   }
 }
 
 TEST(CGIRequest, BadJsonLogsAtMethodSpecificLevel) {
-  Captured post = send("POST", "application/json", "{bad");
+  CgiResult post = send("POST", "application/json", "{bad");
   EXPECT_NE(post.out.find("json null\n"), std::string::npos);
-  EXPECT_TRUE(logged(post, "<warning> orvo_cgi: src/orvo_cgi:Parse:"));
-  EXPECT_TRUE(logged(post, "Failed to parse JSON string"));
-  Captured put = send("PUT", "application/json", "{bad");
-  EXPECT_TRUE(logged(put, "<err> orvo_cgi: src/orvo_cgi:Parse:"));
-  EXPECT_TRUE(logged(put, "Failed to parse JSON string"));
+  EXPECT_EQ(cgitest::loggedAt(post, "Failed to parse JSON string"), "warning src/orvo_cgi:Parse");
+  CgiResult put = send("PUT", "application/json", "{bad");
+  EXPECT_EQ(cgitest::loggedAt(put, "Failed to parse JSON string"), "err src/orvo_cgi:Parse");
 }
 
 TEST(CGIRequest, UnsupportedMethodIsLoggedAndBodyIgnored) {
-  Captured run = send("DELETE", "application/json", R"({"a":1})");
+  CgiResult run = send("DELETE", "application/json", R"({"a":1})");
   EXPECT_NE(run.out.find("json null\n"), std::string::npos);
   EXPECT_TRUE(logged(run, "Unsupported method 'DELETE'"));
 }
 
 TEST(CGIRequest, CookiesAreSplitTrimmedAndDecoded) {
-  Captured run = get("id=x", "authId=abc; theme=dark");
+  CgiResult run = get("id=x", "authId=abc; theme=dark");
   EXPECT_NE(run.out.find("cookie [authId]=[abc]\ncookie [theme]=[dark]\n"), std::string::npos);
   run = get("id=x", " authId = abc ");
   EXPECT_NE(run.out.find("cookie [authId]=[abc]\n"), std::string::npos) << run.out;
@@ -127,7 +125,7 @@ TEST(CGIRequest, CookiesAreSplitTrimmedAndDecoded) {
 }
 
 TEST(CGIRequest, CookieWithEqualsInValueIsRejected) {
-  Captured run = get("id=x", "authId=a=b; ok=1");
+  CgiResult run = get("id=x", "authId=a=b; ok=1");
   EXPECT_EQ(run.out.find("cookie [authId]"), std::string::npos);
   EXPECT_NE(run.out.find("cookie [ok]=[1]\n"), std::string::npos);
   EXPECT_TRUE(logged(run, "Invalid cookie 'authId=a=b'"));
@@ -144,7 +142,7 @@ TEST(CGIRequest, AuthTokenMustBeAString) {
 }
 
 TEST(CGIRequest, AbsentCookieIsASharedEmptyString) {
-  Captured run = runAsCgi({{"REQUEST_METHOD", "GET"}}, "", [] {
+  CgiResult run = runAsCgi({{"REQUEST_METHOD", "GET"}}, "", [] {
     CGIRequest request;
     std::string const& first = request.CookieValueByName("none");
     std::string const& second = request.CookieValueByName("other");
@@ -155,7 +153,7 @@ TEST(CGIRequest, AbsentCookieIsASharedEmptyString) {
 }
 
 TEST(CGIRequest, ListAccessorsAppendToWhatTheCallerHolds) {
-  Captured lists = runAsCgi({{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", "b=2&a=1&a=3&a=1"}}, "", [] {
+  CgiResult lists = runAsCgi({{"REQUEST_METHOD", "GET"}, {"QUERY_STRING", "b=2&a=1&a=3&a=1"}}, "", [] {
     CGIRequest request;
     std::list<std::string> values = {"keep"};
     request.QueryValues(values);

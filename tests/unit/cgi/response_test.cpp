@@ -7,8 +7,7 @@
 #include "cgi_test_support.h"
 #include "orvo_cgi.h"
 
-using cgitest::Captured;
-using cgitest::logged;
+using cgitest::CgiResult;
 using cgitest::runAsCgi;
 using orvo::cgi::CGIRequest;
 using orvo::cgi::CGIResponse;
@@ -20,7 +19,7 @@ std::map<std::string, std::string> const kGet = {{"REQUEST_METHOD", "GET"}};
 }  // namespace
 
 TEST(CGIResponse, StatusOnlyAnswer) {
-  Captured run = runAsCgi(kGet, "", [] {
+  CgiResult run = runAsCgi(kGet, "", [] {
     CGIRequest request;
     CGIResponse response(request, "application/json");
     response.SetHttpHeader("Status", "500");
@@ -30,7 +29,7 @@ TEST(CGIResponse, StatusOnlyAnswer) {
 }
 
 TEST(CGIResponse, JsonAnswerListsHeadersInByteOrder) {
-  Captured run = runAsCgi(kGet, "", [] {
+  CgiResult run = runAsCgi(kGet, "", [] {
     CGIRequest request;
     CGIResponse response(request, "application/json");
     response.SetHttpHeader("Status", "200");
@@ -44,7 +43,7 @@ TEST(CGIResponse, JsonAnswerListsHeadersInByteOrder) {
 }
 
 TEST(CGIResponse, LastStatusWinsAndNamesAreCaseSensitive) {
-  Captured run = runAsCgi(kGet, "", [] {
+  CgiResult run = runAsCgi(kGet, "", [] {
     CGIRequest request;
     CGIResponse response(request);
     response.SetHttpHeader("Status", "500");
@@ -56,7 +55,7 @@ TEST(CGIResponse, LastStatusWinsAndNamesAreCaseSensitive) {
 }
 
 TEST(CGIResponse, SecondCommitWritesNothing) {
-  Captured run = runAsCgi(kGet, "", [] {
+  CgiResult run = runAsCgi(kGet, "", [] {
     CGIRequest request;
     CGIResponse response(request, "application/json");
     response.SetHttpHeader("Status", "200");
@@ -72,7 +71,7 @@ TEST(CGIResponse, SecondCommitWritesNothing) {
 }
 
 TEST(CGIResponse, RedirectWithEmptyUrlPrintsNothing) {
-  Captured run = runAsCgi(kGet, "", []() -> int {
+  CgiResult run = runAsCgi(kGet, "", []() -> int {
     CGIRequest request;
     CGIResponse response(request);
     bool redirected = response.Redirect("");
@@ -85,7 +84,7 @@ TEST(CGIResponse, RedirectWithEmptyUrlPrintsNothing) {
 }
 
 TEST(CGILock, SecondHolderIsRefusedWith429) {
-  Captured run = runAsCgi(kGet, "", [] {
+  CgiResult run = runAsCgi(kGet, "", [] {
     CGIRequest request;
     CGIResponse response(request);
     InterProcessMutex first("rest_settings_put", false);
@@ -102,8 +101,8 @@ TEST(CGILock, SecondHolderIsRefusedWith429) {
     bool againOk = orvo::cgi::lock("rest_settings_put", again, response);
     return (firstOk && WEXITSTATUS(status) == 0 && !againOk) ? 0 : 1;
   });
-  EXPECT_EQ(run.result, 0);
+  EXPECT_EQ(run.returned(), 0);
   EXPECT_EQ(run.out, "Status: 429\r\nConnection: close\r\n\r\n");
-  EXPECT_TRUE(logged(run, "<warning> orvo_cgi: src/orvo_cgi:lock:"));
-  EXPECT_TRUE(logged(run, "'rest_settings_put' is already running"));
+  EXPECT_EQ(cgitest::loggedAt(run, "'rest_settings_put' is already running"),
+            "warning src/orvo_cgi:lock");
 }

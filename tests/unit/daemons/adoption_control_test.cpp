@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "messages/daemons.h"
 #include "daemon_names.h"
 #include "daemon_table.h"
 #include "daemon_test_support.h"
@@ -21,10 +22,10 @@ class AdoptionControl : public ::testing::Test {
  protected:
   void SetUp() override {
     daemontest::cameraRoot();
-    ASSERT_TRUE(sim::resetState(sim::kAvclientDaemon));
+    ASSERT_TRUE(sim::resetState(orvo::daemons::kAvclient));
   }
   static Variant answered() {
-    return sim::handleRequest(sim::kAvclientDaemon, parse(R"({"functionName": "GetAvclientState"})"));
+    return sim::handleRequest(orvo::daemons::kAvclient, parse(R"({"functionName": "GetAvclientState"})"));
   }
   static Variant published() {
     Variant file;
@@ -33,7 +34,7 @@ class AdoptionControl : public ::testing::Test {
   }
   static bool storedAdopted() {
     Variant state;
-    EXPECT_TRUE(sim::readState(sim::kAvclientDaemon, state));
+    EXPECT_TRUE(sim::readState(orvo::daemons::kAvclient, state));
     return state["adopted"] == true;
   }
 };
@@ -50,7 +51,7 @@ TEST_F(AdoptionControl, SetsTheFlagInStateAnswerAndPublishedFile) {
 }
 
 TEST_F(AdoptionControl, KeepsTheControllerOfAnEarlierAdopt) {
-  sim::handleRequest(sim::kAvclientDaemon,
+  sim::handleRequest(orvo::daemons::kAvclient,
                      parse(R"({"functionName": "Adopt", "hosts": ["ctl.example.com:443"]})"));
   std::string const uuid = answered()["uuid"].ToString();
   ASSERT_TRUE(sim::setAdoption(false));
@@ -61,24 +62,24 @@ TEST_F(AdoptionControl, KeepsTheControllerOfAnEarlierAdopt) {
 
 TEST_F(AdoptionControl, CamsimCtlSwitchesItBothWays) {
   std::string output;
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_avclient adopted true", output), 0) << output;
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kAvclient) + " adopted true", output), 0) << output;
   EXPECT_TRUE(storedAdopted());
   EXPECT_TRUE(published()["adopted"] == true);
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_avclient adopted false", output), 0) << output;
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kAvclient) + " adopted false", output), 0) << output;
   EXPECT_FALSE(storedAdopted());
   EXPECT_TRUE(published()["adopted"] == false);
 }
 
 TEST_F(AdoptionControl, CamsimRefusesOtherDaemonsAndValues) {
   std::string output;
-  EXPECT_NE(daemontest::camsim("ctl", "orvo_osd adopted true", output), 0);
+  EXPECT_NE(daemontest::camsim("ctl", std::string(orvo::daemons::kOsd) + " adopted true", output), 0);
   EXPECT_NE(output.find("adopted is a control of orvo_avclient only"), std::string::npos)
       << output;
   for (char const* value : {"yes", "1", "TRUE", "true extra"}) {
-    EXPECT_NE(daemontest::camsim("ctl", std::string("orvo_avclient adopted ") + value, output), 0);
+    EXPECT_NE(daemontest::camsim("ctl", std::string(std::string(orvo::daemons::kAvclient) + " adopted ") + value, output), 0);
     EXPECT_NE(output.find("adopted takes true or false"), std::string::npos) << output;
   }
-  EXPECT_NE(daemontest::camsim("ctl", "orvo_avclient adopted", output), 0);
+  EXPECT_NE(daemontest::camsim("ctl", std::string(orvo::daemons::kAvclient) + " adopted", output), 0);
   EXPECT_FALSE(storedAdopted());
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "messages/daemons.h"
 #include "daemon_names.h"
 #include "daemon_test_support.h"
 #include "messages/registry.h"
@@ -34,17 +35,17 @@ struct BatchRequest {
 
 // The settings read: eleven requests to seven daemons.
 constexpr BatchRequest kSettingsRead[] = {
-    {"ChangeIspSettings", sim::kIspDaemon},
-    {"ChangeVideoSettings", sim::kStreamerDaemon},
-    {"ChangeOsdSettings", sim::kOsdDaemon},
-    {"ChangeNvrSettings", sim::kNvrDaemon},
-    {"ChangeAnalyticsSettings", sim::kAnalyticsDaemon},
-    {"ChangeSoundLedSettings", sim::kSoundsLedsDaemon},
-    {"ChangeNetworkSettings", sim::kNetworkDaemon},
-    {"NetworkStatus", sim::kNetworkDaemon},
-    {"ChangeDeviceSettings", sim::kCtlDaemon},
-    {"ChangeUsernamePassword", sim::kCtlDaemon},
-    {"GetAvclientState", sim::kAvclientDaemon},
+    {"ChangeIspSettings", orvo::daemons::kIspServer},
+    {"ChangeVideoSettings", orvo::daemons::kStreamer},
+    {"ChangeOsdSettings", orvo::daemons::kOsd},
+    {"ChangeNvrSettings", orvo::daemons::kNvr},
+    {"ChangeAnalyticsSettings", orvo::daemons::kAnalytics},
+    {"ChangeSoundLedSettings", orvo::daemons::kSoundsLeds},
+    {"ChangeNetworkSettings", orvo::daemons::kNetworkd},
+    {"NetworkStatus", orvo::daemons::kNetworkd},
+    {"ChangeDeviceSettings", orvo::daemons::kCtlServer},
+    {"ChangeUsernamePassword", orvo::daemons::kCtlServer},
+    {"GetAvclientState", orvo::daemons::kAvclient},
 };
 constexpr std::size_t kBatchSize = std::size(kSettingsRead);
 
@@ -115,19 +116,19 @@ TEST_F(BusDaemons, SettingsReadBatchIsAnsweredQuickly) {
 }
 
 TEST_F(BusDaemons, LatencyIsHonoured) {
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_nvr latency 300"), 0);
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kNvr) + " latency 300"), 0);
   bool answered = false;
-  int64_t const elapsed = timedRequest(sim::kNvrDaemon, "ChangeNvrSettings", answered);
+  int64_t const elapsed = timedRequest(orvo::daemons::kNvr, "ChangeNvrSettings", answered);
   EXPECT_TRUE(answered);
   EXPECT_GE(elapsed, 300 - kLatencyToleranceMs);
   EXPECT_LE(elapsed, 300 + kLatencyToleranceMs);
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_nvr latency 0"), 0);
-  EXPECT_LE(timedRequest(sim::kNvrDaemon, "ChangeNvrSettings", answered), kLatencyToleranceMs);
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kNvr) + " latency 0"), 0);
+  EXPECT_LE(timedRequest(orvo::daemons::kNvr, "ChangeNvrSettings", answered), kLatencyToleranceMs);
   EXPECT_TRUE(answered);
 }
 
 TEST_F(BusDaemons, SlowDaemonSetsTheBatchTime) {
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_streamer latency 1500"), 0);
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kStreamer) + " latency 1500"), 0);
   BatchResult const batch = runSettingsRead();
   EXPECT_GE(batch.elapsedMs, 1500 - kLatencyToleranceMs);
   EXPECT_LE(batch.elapsedMs, 1500 + 200);
@@ -137,12 +138,12 @@ TEST_F(BusDaemons, SlowDaemonSetsTheBatchTime) {
 }
 
 TEST_F(BusDaemons, SilentDaemonLeavesItsAnswerEmpty) {
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_streamer silent on"), 0);
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kStreamer) + " silent on"), 0);
   BatchResult const batch = runSettingsRead();
   EXPECT_GE(batch.elapsedMs, int64_t{kBatchLimitMs} - kLatencyToleranceMs);
   EXPECT_LE(batch.elapsedMs, int64_t{kBatchLimitMs} + 300);
   for (std::size_t i = 0; i < kBatchSize; ++i) {
-    bool const silent = std::string(kSettingsRead[i].daemon) == sim::kStreamerDaemon;
+    bool const silent = std::string(kSettingsRead[i].daemon) == orvo::daemons::kStreamer;
     EXPECT_EQ(batch.answers[i].IsEmpty(), silent) << kSettingsRead[i].functionName;
   }
 }
@@ -151,12 +152,12 @@ TEST_F(BusDaemons, StopAndStartThroughCamsim) {
   std::string const socket = daemontest::cameraRoot() + "/run/orvo/orvo_osd.sock";
   struct stat info {};
   ASSERT_EQ(stat(socket.c_str(), &info), 0);
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_osd stop"), 0);
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kOsd) + " stop"), 0);
   EXPECT_NE(stat(socket.c_str(), &info), 0);
   bool answered = true;
-  timedRequest(sim::kOsdDaemon, "ChangeOsdSettings", answered, kStoppedLimitMs);
+  timedRequest(orvo::daemons::kOsd, "ChangeOsdSettings", answered, kStoppedLimitMs);
   EXPECT_FALSE(answered);
-  ASSERT_EQ(daemontest::camsim("ctl", "orvo_osd start"), 0);
+  ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kOsd) + " start"), 0);
   EXPECT_EQ(daemontest::camsim("call", R"(orvo_osd '{"functionName": "ChangeOsdSettings"}')"), 0);
 }
 
@@ -169,7 +170,7 @@ TEST_F(BusDaemons, CallPrintsTheAnswerAndStateShowsTheChange) {
   Variant state;
   ASSERT_TRUE(state.FromJSONFile(stateFile));
   EXPECT_EQ(static_cast<int>(state["settings"]["speakerVolume"]), 33);
-  EXPECT_EQ(daemontest::camsim("state", "orvo_sounds_leds"), 0);
+  EXPECT_EQ(daemontest::camsim("state", orvo::daemons::kSoundsLeds), 0);
   EXPECT_NE(daemontest::camsim("state", "orvo_nothing"), 0);
 }
 

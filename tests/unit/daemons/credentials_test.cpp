@@ -23,7 +23,7 @@ class Credentials : public ::testing::Test {
     daemontest::cameraRoot();
     ASSERT_EQ(orvo::utils::setAccount("admin", "admin"), 0);
   }
-  static Variant ask(char const* json) { return sim::handleRequest(sim::kCtlDaemon, parse(json)); }
+  static Variant ask(char const* json) { return sim::handleRequest(orvo::daemons::kCtlServer, parse(json)); }
   static bool hasError(Variant const& answer) {
     return answer.GetKeyChain(orvo::variant::VT_STRING, "error", false) != nullptr;
   }

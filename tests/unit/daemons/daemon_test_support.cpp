@@ -13,28 +13,11 @@
 
 #include "daemon_names.h"
 #include "orvo/utils/account.h"
+#include "support/camera_root.h"
 
 namespace daemontest {
 
-namespace {
-
-std::string makeRoot() {
-  std::string const folder = std::string(ORVO_BINARY_DIR) + "/tmp";
-  mkdir(folder.c_str(), 0755);
-  std::string pattern = folder + "/daemons-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) std::abort();
-  setenv("ORVO_ROOT", pattern.c_str(), 1);
-  static std::string const removeCommand = "rm -rf -- '" + pattern + "'";
-  std::atexit([] { (void)std::system(removeCommand.c_str()); });
-  return pattern;
-}
-
-}  // namespace
-
-std::string const& cameraRoot() {
-  static std::string const root = makeRoot();
-  return root;
-}
+std::string const& cameraRoot() { return orvo::test::processRoot().path(); }
 
 namespace {
 
@@ -97,13 +80,13 @@ RunningDaemons::RunningDaemons() {
   // made by `camsim init`.
   cameraRoot();
   started_ = orvo::utils::setAccount("admin", "admin") == 0;
-  for (char const* daemon : orvo::sim::kDaemonNames) {
+  for (char const* daemon : orvo::daemons::kAll) {
     started_ = camsim("ctl", std::string(daemon) + " start") == 0 && started_;
   }
 }
 
 RunningDaemons::~RunningDaemons() {
-  for (char const* daemon : orvo::sim::kDaemonNames) camsim("ctl", std::string(daemon) + " stop");
+  for (char const* daemon : orvo::daemons::kAll) camsim("ctl", std::string(daemon) + " stop");
 }
 
 orvo::variant::Variant parse(char const* json) {

@@ -28,40 +28,40 @@ class Handlers : public ::testing::Test {
 };
 
 TEST_F(Handlers, ChangeIsStoredAndAnsweredWithFullSettings) {
-  Variant answer = ask(sim::kIspDaemon, R"({"functionName": "ChangeIspSettings", "sharpness": 80})");
+  Variant answer = ask(orvo::daemons::kIspServer, R"({"functionName": "ChangeIspSettings", "sharpness": 80})");
   EXPECT_EQ(static_cast<int>(answer["sharpness"]), 80);
   EXPECT_EQ(static_cast<int>(answer["brightness"]), 50);
-  Variant read = ask(sim::kIspDaemon, R"({"functionName": "ChangeIspSettings"})");
+  Variant read = ask(orvo::daemons::kIspServer, R"({"functionName": "ChangeIspSettings"})");
   EXPECT_TRUE(read == answer);
   Variant state;
-  ASSERT_TRUE(sim::readState(sim::kIspDaemon, state));
+  ASSERT_TRUE(sim::readState(orvo::daemons::kIspServer, state));
   EXPECT_EQ(static_cast<int>(state["settings"]["sharpness"]), 80);
 }
 
 TEST_F(Handlers, ResetIspSettingsRestoresThePictureDefaults) {
-  ask(sim::kIspDaemon, R"({"functionName": "ChangeIspSettings", "contrast": 5, "flip": 1})");
-  Variant answer = ask(sim::kIspDaemon, R"({"functionName": "ResetIspSettings"})");
-  EXPECT_TRUE(answer == sim::defaultState(sim::kIspDaemon)["settings"]);
+  ask(orvo::daemons::kIspServer, R"({"functionName": "ChangeIspSettings", "contrast": 5, "flip": 1})");
+  Variant answer = ask(orvo::daemons::kIspServer, R"({"functionName": "ResetIspSettings"})");
+  EXPECT_TRUE(answer == sim::defaultState(orvo::daemons::kIspServer)["settings"]);
 }
 
 TEST_F(Handlers, UnknownFunctionIsAnErrorAnswer) {
-  EXPECT_TRUE(hasError(ask(sim::kOsdDaemon, R"({"functionName": "ChangeIspSettings"})")));
-  EXPECT_TRUE(hasError(ask(sim::kOsdDaemon, R"({"functionName": "Explode"})")));
-  EXPECT_TRUE(hasError(ask(sim::kOsdDaemon, R"({})")));
-  EXPECT_TRUE(hasError(sim::handleRequest(sim::kOsdDaemon, Variant("text"))));
+  EXPECT_TRUE(hasError(ask(orvo::daemons::kOsd, R"({"functionName": "ChangeIspSettings"})")));
+  EXPECT_TRUE(hasError(ask(orvo::daemons::kOsd, R"({"functionName": "Explode"})")));
+  EXPECT_TRUE(hasError(ask(orvo::daemons::kOsd, R"({})")));
+  EXPECT_TRUE(hasError(sim::handleRequest(orvo::daemons::kOsd, Variant("text"))));
 }
 
 TEST_F(Handlers, NetworkStatusFollowsTheAddressing) {
-  Variant status = ask(sim::kNetworkDaemon, R"({"functionName": "NetworkStatus"})");
+  Variant status = ask(orvo::daemons::kNetworkd, R"({"functionName": "NetworkStatus"})");
   EXPECT_TRUE(status["mode"] == "dhcp");
   EXPECT_TRUE(status["defaultInterface"] == "eth0");
   EXPECT_TRUE(status["ipAddress"] == "192.168.1.57");
   EXPECT_TRUE(status["wlanMode"] == "disabled");
-  ask(sim::kNetworkDaemon, R"({"functionName": "ChangeNetworkSettings",
+  ask(orvo::daemons::kNetworkd, R"({"functionName": "ChangeNetworkSettings",
       "dhcp": {"status": 0}, "statik": {"ip": "10.1.2.3", "netmask": "255.255.0.0"},
       "routes": {"gateway": "10.1.0.1"}, "dns": {"ns1": {"status": 1, "ip": "10.1.0.2"}},
       "wifi": {"ssid": "HomeNet"}})");
-  status = ask(sim::kNetworkDaemon, R"({"functionName": "NetworkStatus"})");
+  status = ask(orvo::daemons::kNetworkd, R"({"functionName": "NetworkStatus"})");
   EXPECT_TRUE(status["mode"] == "static");
   EXPECT_TRUE(status["ipAddress"] == "10.1.2.3");
   EXPECT_TRUE(status["networkMask"] == "255.255.0.0");
@@ -73,27 +73,27 @@ TEST_F(Handlers, NetworkStatusFollowsTheAddressing) {
 }
 
 TEST_F(Handlers, ScanListsAccessPoints) {
-  Variant answer = ask(sim::kNetworkDaemon, R"({"functionName": "ScanAP"})");
+  Variant answer = ask(orvo::daemons::kNetworkd, R"({"functionName": "ScanAP"})");
   ASSERT_GE(answer["accessPoints"].KeysCount(), 3u);
   EXPECT_FALSE(answer["accessPoints"][0]["essid"].ToString().empty());
 }
 
 TEST_F(Handlers, ServicesStartAndStop) {
-  Variant answer = ask(sim::kCtlDaemon, R"({"functionName": "StartService", "service": "ssh"})");
+  Variant answer = ask(orvo::daemons::kCtlServer, R"({"functionName": "StartService", "service": "ssh"})");
   EXPECT_TRUE(answer["services"]["ssh"] == true);
-  answer = ask(sim::kCtlDaemon, R"({"functionName": "StopService", "service": "ntp"})");
+  answer = ask(orvo::daemons::kCtlServer, R"({"functionName": "StopService", "service": "ntp"})");
   EXPECT_TRUE(answer["services"]["ntp"] == false);
   EXPECT_TRUE(answer["services"]["ssh"] == true);
-  EXPECT_TRUE(hasError(ask(sim::kCtlDaemon, R"({"functionName": "StopService", "service": "x"})")));
+  EXPECT_TRUE(hasError(ask(orvo::daemons::kCtlServer, R"({"functionName": "StopService", "service": "x"})")));
 }
 
 TEST_F(Handlers, AdoptionIsRecordedAndPublished) {
-  Variant before = ask(sim::kAvclientDaemon, R"({"functionName": "GetAvclientState"})");
+  Variant before = ask(orvo::daemons::kAvclient, R"({"functionName": "GetAvclientState"})");
   EXPECT_TRUE(before["adopted"] == false);
-  Variant adopted = ask(sim::kAvclientDaemon, R"({"functionName": "Adopt",
+  Variant adopted = ask(orvo::daemons::kAvclient, R"({"functionName": "Adopt",
       "hosts": ["ctl.example.com:443"], "token": "secret"})");
   EXPECT_TRUE(adopted["adopted"] == true);
-  Variant after = ask(sim::kAvclientDaemon, R"({"functionName": "GetAvclientState"})");
+  Variant after = ask(orvo::daemons::kAvclient, R"({"functionName": "GetAvclientState"})");
   EXPECT_TRUE(after["adopted"] == true);
   EXPECT_TRUE(after["host"] == "ctl.example.com:443");
   EXPECT_EQ(after["uuid"].ToString().size(), 36u);
@@ -101,16 +101,16 @@ TEST_F(Handlers, AdoptionIsRecordedAndPublished) {
   Variant file;
   ASSERT_TRUE(file.FromJSONFile(orvo::utils::devicePath("/etc/avclient_state.json")));
   EXPECT_TRUE(file == after);
-  Variant waited = ask(sim::kAvclientDaemon, R"({"functionName": "CancelWait"})");
+  Variant waited = ask(orvo::daemons::kAvclient, R"({"functionName": "CancelWait"})");
   EXPECT_TRUE(waited["state"] == "connected");
 }
 
 TEST_F(Handlers, ResetToDefaultsRestoresEveryDaemon) {
-  ask(sim::kOsdDaemon, R"({"functionName": "ChangeOsdSettings", "textScale": 90})");
-  ask(sim::kAvclientDaemon, R"({"functionName": "Adopt", "hosts": ["h"]})");
-  ask(sim::kCtlDaemon, R"({"functionName": "ChangeDeviceSettings", "name": "Other"})");
-  EXPECT_FALSE(hasError(ask(sim::kCtlDaemon, R"({"functionName": "ResetToDefaults"})")));
-  for (char const* daemon : sim::kDaemonNames) {
+  ask(orvo::daemons::kOsd, R"({"functionName": "ChangeOsdSettings", "textScale": 90})");
+  ask(orvo::daemons::kAvclient, R"({"functionName": "Adopt", "hosts": ["h"]})");
+  ask(orvo::daemons::kCtlServer, R"({"functionName": "ChangeDeviceSettings", "name": "Other"})");
+  EXPECT_FALSE(hasError(ask(orvo::daemons::kCtlServer, R"({"functionName": "ResetToDefaults"})")));
+  for (char const* daemon : orvo::daemons::kAll) {
     Variant state;
     ASSERT_TRUE(sim::readState(daemon, state));
     EXPECT_TRUE(state == sim::defaultState(daemon)) << daemon;

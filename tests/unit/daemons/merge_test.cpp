@@ -53,14 +53,14 @@ TEST(DefaultState, HasEveryFieldOfItsMessage) {
     char const* functionName;
   };
   Shape const shapes[] = {
-      {sim::kIspDaemon, "settings", "ChangeIspSettings"},
-      {sim::kStreamerDaemon, "settings", "ChangeVideoSettings"},
-      {sim::kOsdDaemon, "settings", "ChangeOsdSettings"},
-      {sim::kNvrDaemon, "settings", "ChangeNvrSettings"},
-      {sim::kAnalyticsDaemon, "settings", "ChangeAnalyticsSettings"},
-      {sim::kSoundsLedsDaemon, "settings", "ChangeSoundLedSettings"},
-      {sim::kNetworkDaemon, "settings", "ChangeNetworkSettings"},
-      {sim::kCtlDaemon, "device", "ChangeDeviceSettings"},
+      {orvo::daemons::kIspServer, "settings", "ChangeIspSettings"},
+      {orvo::daemons::kStreamer, "settings", "ChangeVideoSettings"},
+      {orvo::daemons::kOsd, "settings", "ChangeOsdSettings"},
+      {orvo::daemons::kNvr, "settings", "ChangeNvrSettings"},
+      {orvo::daemons::kAnalytics, "settings", "ChangeAnalyticsSettings"},
+      {orvo::daemons::kSoundsLeds, "settings", "ChangeSoundLedSettings"},
+      {orvo::daemons::kNetworkd, "settings", "ChangeNetworkSettings"},
+      {orvo::daemons::kCtlServer, "device", "ChangeDeviceSettings"},
   };
   for (Shape const& shape : shapes) {
     Variant const settings = defaults(shape.daemon, shape.section);
@@ -80,15 +80,15 @@ TEST(DefaultState, HasEveryFieldOfItsMessage) {
 }
 
 TEST(MergeSettings, EmptyRequestChangesNothing) {
-  Variant settings = defaults(sim::kIspDaemon, "settings");
+  Variant settings = defaults(orvo::daemons::kIspServer, "settings");
   Variant fields;
   ASSERT_TRUE(sim::normalizedFields("ChangeIspSettings", parse("{}"), fields));
   EXPECT_FALSE(sim::mergeSettings(settings, fields, sim::notSetMarkers("ChangeIspSettings")));
-  EXPECT_TRUE(settings == defaults(sim::kIspDaemon, "settings"));
+  EXPECT_TRUE(settings == defaults(orvo::daemons::kIspServer, "settings"));
 }
 
 TEST(MergeSettings, IspValuesOverwriteMarkersDoNot) {
-  Variant isp = mergedInto(sim::kIspDaemon, "settings", "ChangeIspSettings",
+  Variant isp = mergedInto(orvo::daemons::kIspServer, "settings", "ChangeIspSettings",
                            R"({"brightness": 70, "contrast": 101, "hue": 150, "wdr": 4,
                                "aeMode": "none", "irLedMode": "MANUAL", "mirror": 1})");
   EXPECT_EQ(static_cast<int>(isp["brightness"]), 70);
@@ -102,10 +102,10 @@ TEST(MergeSettings, IspValuesOverwriteMarkersDoNot) {
 }
 
 TEST(MergeSettings, VideoMergesNestedStreams) {
-  Variant av = mergedInto(sim::kStreamerDaemon, "settings", "ChangeVideoSettings",
+  Variant av = mergedInto(orvo::daemons::kStreamer, "settings", "ChangeVideoSettings",
                           R"({"video": {"video2": {"fps": 15, "avSerializer": {"type": "RTMP"}}},
                               "audio": {"bitRate": 64000}})");
-  Variant before = defaults(sim::kStreamerDaemon, "settings");
+  Variant before = defaults(orvo::daemons::kStreamer, "settings");
   EXPECT_EQ(static_cast<int>(av["video"]["video2"]["fps"]), 15);
   EXPECT_TRUE(av["video"]["video2"]["avSerializer"]["type"] == "rtmp");
   // Unnamed parameters arrive as the empty marker and keep the stored ones.
@@ -119,7 +119,7 @@ TEST(MergeSettings, VideoMergesNestedStreams) {
 }
 
 TEST(MergeSettings, OsdChannelsAndScalars) {
-  Variant osd = mergedInto(sim::kOsdDaemon, "settings", "ChangeOsdSettings",
+  Variant osd = mergedInto(orvo::daemons::kOsd, "settings", "ChangeOsdSettings",
                            R"({"_2": {"tag": "Gate", "enableDate": -1}, "enableOverlay": 0,
                                "overlayColorId": 9})");
   EXPECT_TRUE(osd["_2"]["tag"] == "Gate");
@@ -131,7 +131,7 @@ TEST(MergeSettings, OsdChannelsAndScalars) {
 }
 
 TEST(MergeSettings, NvrStringsKeepTheirValueAgainstTheMarker) {
-  Variant nvr = mergedInto(sim::kNvrDaemon, "settings", "ChangeNvrSettings",
+  Variant nvr = mergedInto(orvo::daemons::kNvr, "settings", "ChangeNvrSettings",
                            R"({"rtspEnabled": 1, "rtspUsername": "_UNINITIALIZED_",
                                "ntpClientHost": "time.example.org"})");
   EXPECT_EQ(static_cast<int>(nvr["rtspEnabled"]), 1);
@@ -141,11 +141,11 @@ TEST(MergeSettings, NvrStringsKeepTheirValueAgainstTheMarker) {
 }
 
 TEST(MergeSettings, AnalyticsKeptMembersReplacedOnlyWhenGiven) {
-  Variant kept = mergedInto(sim::kAnalyticsDaemon, "settings", "ChangeAnalyticsSettings",
+  Variant kept = mergedInto(orvo::daemons::kAnalytics, "settings", "ChangeAnalyticsSettings",
                             R"({"bgmodel": "MOG2", "zones": []})");
   EXPECT_TRUE(kept["bgmodel"] == "mog2");
-  EXPECT_TRUE(kept["zones"] == defaults(sim::kAnalyticsDaemon, "settings")["zones"]);
-  Variant replaced = mergedInto(sim::kAnalyticsDaemon, "settings", "ChangeAnalyticsSettings",
+  EXPECT_TRUE(kept["zones"] == defaults(orvo::daemons::kAnalytics, "settings")["zones"]);
+  Variant replaced = mergedInto(orvo::daemons::kAnalytics, "settings", "ChangeAnalyticsSettings",
                                 R"({"zones": [{"name": "Drive"}], "internals": {}})");
   EXPECT_EQ(replaced["zones"].KeysCount(), 1u);
   EXPECT_TRUE(replaced["zones"][0]["name"] == "Drive");
@@ -153,7 +153,7 @@ TEST(MergeSettings, AnalyticsKeptMembersReplacedOnlyWhenGiven) {
 }
 
 TEST(MergeSettings, SoundLedColoursEmptyIsNotSet) {
-  Variant leds = mergedInto(sim::kSoundsLedsDaemon, "settings", "ChangeSoundLedSettings",
+  Variant leds = mergedInto(orvo::daemons::kSoundsLeds, "settings", "ChangeSoundLedSettings",
                             R"({"userLedColorFg": "", "ledAnimColorFg": "RED",
                                 "ledAnimColorBg": "plaid", "speakerVolume": 0})");
   EXPECT_TRUE(leds["userLedColorFg"] == "blue");
@@ -163,7 +163,7 @@ TEST(MergeSettings, SoundLedColoursEmptyIsNotSet) {
 }
 
 TEST(MergeSettings, DeviceSettings) {
-  Variant device = mergedInto(sim::kCtlDaemon, "device", "ChangeDeviceSettings",
+  Variant device = mergedInto(orvo::daemons::kCtlServer, "device", "ChangeDeviceSettings",
                               R"({"name": "Gate cam", "timezone": "_UNINITIALIZED_",
                                   "timelapseminutes": 15})");
   EXPECT_TRUE(device["name"] == "Gate cam");
@@ -172,7 +172,7 @@ TEST(MergeSettings, DeviceSettings) {
 }
 
 TEST(MergeSettings, NetworkStaticAddressing) {
-  Variant net = mergedInto(sim::kNetworkDaemon, "settings", "ChangeNetworkSettings",
+  Variant net = mergedInto(orvo::daemons::kNetworkd, "settings", "ChangeNetworkSettings",
                            R"({"dhcp": {"status": 0}, "statik": {"ip": "10.0.0.5",
                                "netmask": "255.0.0.0"}, "dns": {"ns1": {"status": 1,
                                "ip": "10.0.0.1"}}})");

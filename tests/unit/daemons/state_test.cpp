@@ -20,61 +20,61 @@ class StateFiles : public ::testing::Test {
 };
 
 TEST_F(StateFiles, LiveUnderTheCameraRoot) {
-  EXPECT_EQ(sim::stateFilePath(sim::kOsdDaemon), root_ + "/sim/state/orvo_osd.json");
-  EXPECT_EQ(sim::controlFilePath(sim::kOsdDaemon), root_ + "/sim/ctl/orvo_osd.json");
+  EXPECT_EQ(sim::stateFilePath(orvo::daemons::kOsd), root_ + "/sim/state/orvo_osd.json");
+  EXPECT_EQ(sim::controlFilePath(orvo::daemons::kOsd), root_ + "/sim/ctl/orvo_osd.json");
 }
 
 TEST_F(StateFiles, FirstReadWritesTheDefaults) {
   Variant state;
-  ASSERT_TRUE(sim::readState(sim::kNvrDaemon, state));
-  EXPECT_TRUE(state == sim::defaultState(sim::kNvrDaemon));
+  ASSERT_TRUE(sim::readState(orvo::daemons::kNvr, state));
+  EXPECT_TRUE(state == sim::defaultState(orvo::daemons::kNvr));
   Variant onDisk;
-  ASSERT_TRUE(onDisk.FromJSONFile(sim::stateFilePath(sim::kNvrDaemon)));
+  ASSERT_TRUE(onDisk.FromJSONFile(sim::stateFilePath(orvo::daemons::kNvr)));
   EXPECT_TRUE(onDisk == state);
 }
 
 TEST_F(StateFiles, UpdateWritesOnlyWhenChanged) {
-  ASSERT_TRUE(sim::updateState(sim::kOsdDaemon, [](Variant& state) {
+  ASSERT_TRUE(sim::updateState(orvo::daemons::kOsd, [](Variant& state) {
     state["settings"]["textScale"] = 80;
     return true;
   }));
-  ASSERT_TRUE(sim::updateState(sim::kOsdDaemon, [](Variant& state) {
+  ASSERT_TRUE(sim::updateState(orvo::daemons::kOsd, [](Variant& state) {
     state["settings"]["textScale"] = 10;  // not reported as a change: not written
     return false;
   }));
   Variant onDisk;
-  ASSERT_TRUE(onDisk.FromJSONFile(sim::stateFilePath(sim::kOsdDaemon)));
+  ASSERT_TRUE(onDisk.FromJSONFile(sim::stateFilePath(orvo::daemons::kOsd)));
   EXPECT_EQ(static_cast<int>(onDisk["settings"]["textScale"]), 80);
 }
 
 TEST_F(StateFiles, BrokenFileFallsBackToDefaults) {
   ASSERT_TRUE(sim::makeFolders(root_ + "/sim/state"));
-  FILE* file = std::fopen(sim::stateFilePath(sim::kIspDaemon).c_str(), "w");
+  FILE* file = std::fopen(sim::stateFilePath(orvo::daemons::kIspServer).c_str(), "w");
   ASSERT_NE(file, nullptr);
   std::fputs("{not json", file);
   std::fclose(file);
   Variant state;
-  ASSERT_TRUE(sim::readState(sim::kIspDaemon, state));
-  EXPECT_TRUE(state == sim::defaultState(sim::kIspDaemon));
+  ASSERT_TRUE(sim::readState(orvo::daemons::kIspServer, state));
+  EXPECT_TRUE(state == sim::defaultState(orvo::daemons::kIspServer));
 }
 
 TEST_F(StateFiles, ResetRestoresDefaults) {
-  ASSERT_TRUE(sim::updateState(sim::kIspDaemon, [](Variant& state) {
+  ASSERT_TRUE(sim::updateState(orvo::daemons::kIspServer, [](Variant& state) {
     state["settings"]["brightness"] = 90;
     return true;
   }));
-  ASSERT_TRUE(sim::resetState(sim::kIspDaemon));
+  ASSERT_TRUE(sim::resetState(orvo::daemons::kIspServer));
   Variant state;
-  ASSERT_TRUE(sim::readState(sim::kIspDaemon, state));
+  ASSERT_TRUE(sim::readState(orvo::daemons::kIspServer, state));
   EXPECT_EQ(static_cast<int>(state["settings"]["brightness"]), 50);
 }
 
 TEST_F(StateFiles, ControlsRoundTripAndDefaultOff) {
-  sim::DaemonControls controls = sim::readControls(sim::kAvclientDaemon);
+  sim::DaemonControls controls = sim::readControls(orvo::daemons::kAvclient);
   EXPECT_EQ(controls.latencyMs, 0u);
   EXPECT_FALSE(controls.silent);
-  ASSERT_TRUE(sim::writeControls(sim::kAvclientDaemon, sim::DaemonControls{250, true}));
-  controls = sim::readControls(sim::kAvclientDaemon);
+  ASSERT_TRUE(sim::writeControls(orvo::daemons::kAvclient, sim::DaemonControls{250, true}));
+  controls = sim::readControls(orvo::daemons::kAvclient);
   EXPECT_EQ(controls.latencyMs, 250u);
   EXPECT_TRUE(controls.silent);
 }
@@ -84,8 +84,8 @@ TEST_F(StateFiles, ControlLatencyIsBounded) {
   file["latencyMs"] = 99999999L;
   file["silent"] = "yes";  // not a boolean: off
   ASSERT_TRUE(sim::makeFolders(root_ + "/sim/ctl"));
-  ASSERT_TRUE(file.ToJSONFile(sim::controlFilePath(sim::kNvrDaemon), false));
-  sim::DaemonControls const controls = sim::readControls(sim::kNvrDaemon);
+  ASSERT_TRUE(file.ToJSONFile(sim::controlFilePath(orvo::daemons::kNvr), false));
+  sim::DaemonControls const controls = sim::readControls(orvo::daemons::kNvr);
   EXPECT_EQ(controls.latencyMs, sim::kMaxLatencyMs);
   EXPECT_FALSE(controls.silent);
 }

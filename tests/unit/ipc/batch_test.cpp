@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "messages/daemons.h"
 #include "bus_test_support.h"
 #include "orvo/ipc/blocking_ipc_handler.h"
 
@@ -40,7 +41,7 @@ class Batch : public ::testing::Test {
 }  // namespace
 
 TEST_F(Batch, AnswerIsMatchedToItsRequestAndCarriesTheHeader) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon daemon(name, "echo", 50);
   ASSERT_TRUE(daemon.waitListening());
   BlockingIpcHandler bus("rest_test.1");
@@ -72,10 +73,10 @@ TEST_F(Batch, UnknownIdsGiveEmptyAnswersAndNoLatency) {
 }
 
 TEST_F(Batch, ElevenRequestsToSlowDaemonsRunInParallel) {
-  std::vector<std::string> const bases{"orvo_ispserver", "orvo_streamer", "orvo_osd",
-                                       "orvo_nvr",       "orvo_analytics", "orvo_sounds_leds",
-                                       "orvo_networkd",  "orvo_networkd",  "orvo_ctlserver",
-                                       "orvo_ctlserver", "orvo_avclient"};
+  std::vector<std::string> const bases{orvo::daemons::kIspServer, orvo::daemons::kStreamer, orvo::daemons::kOsd,
+                                       orvo::daemons::kNvr,       orvo::daemons::kAnalytics, orvo::daemons::kSoundsLeds,
+                                       orvo::daemons::kNetworkd,  orvo::daemons::kNetworkd,  orvo::daemons::kCtlServer,
+                                       orvo::daemons::kCtlServer, orvo::daemons::kAvclient};
   std::vector<std::unique_ptr<Daemon>> daemons;
   std::vector<std::string> destinations;
   for (auto const& base : bases) {
@@ -108,7 +109,7 @@ TEST_F(Batch, ElevenRequestsToSlowDaemonsRunInParallel) {
 }
 
 TEST_F(Batch, SilentDaemonFailsTheWaitExactlyAtItsLimit) {
-  std::string const name = bustest::uniqueName("orvo_nvr");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNvr);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   int runs = 0;
@@ -132,8 +133,8 @@ TEST_F(Batch, SilentDaemonFailsTheWaitExactlyAtItsLimit) {
 }
 
 TEST_F(Batch, OneSilentDaemonDoesNotHideTheOthersAnswers) {
-  std::string const quiet = bustest::uniqueName("orvo_nvr");
-  std::string const talker = bustest::uniqueName("orvo_osd");
+  std::string const quiet = bustest::uniqueName(orvo::daemons::kNvr);
+  std::string const talker = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon silent(quiet, "silent");
   Daemon echo(talker, "echo", 20);
   ASSERT_TRUE(silent.waitListening());
@@ -151,7 +152,7 @@ TEST_F(Batch, OneSilentDaemonDoesNotHideTheOthersAnswers) {
 }
 
 TEST_F(Batch, MessageWithoutExpectedAnswerIsDoneOnceSent) {
-  std::string const name = bustest::uniqueName("orvo_ctlserver");
+  std::string const name = bustest::uniqueName(orvo::daemons::kCtlServer);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   int64_t const elapsed = bustest::fastestRun(kSlackMs, [&] {
@@ -168,7 +169,7 @@ TEST_F(Batch, MessageWithoutExpectedAnswerIsDoneOnceSent) {
 }
 
 TEST_F(Batch, SameIdTwiceInOneBatchIsRefused) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon daemon(name, "echo");
   ASSERT_TRUE(daemon.waitListening());
   BlockingIpcHandler bus("rest_test.7");
@@ -200,7 +201,7 @@ class CountingHandler : public BlockingIpcHandler {
 };
 
 TEST_F(Batch, CallbacksSeeEverySentMessageAndAnswer) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon daemon(name, "echo");
   ASSERT_TRUE(daemon.waitListening());
   CountingHandler bus(true);
@@ -216,7 +217,7 @@ TEST_F(Batch, CallbacksSeeEverySentMessageAndAnswer) {
 }
 
 TEST_F(Batch, RefusedAnswerFailsItsRequest) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon daemon(name, "echo");
   ASSERT_TRUE(daemon.waitListening());
   CountingHandler bus(false);

@@ -1,6 +1,5 @@
 #include "bus_test_support.h"
 
-#include <ftw.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -17,31 +16,13 @@
 #include <stdexcept>
 
 #include "orvo/ipc/bus.h"
+#include "support/camera_root.h"
 
 namespace bustest {
 
 namespace {
 
 constexpr int kListenWaitMs = 5000;
-
-int removeEntry(char const* path, struct stat const*, int, FTW*) { return remove(path); }
-
-struct RootHolder {
-  std::string path;
-  pid_t owner = getpid();
-  RootHolder() {
-    std::string pattern = std::string(ORVO_BINARY_DIR) + "/ipc-root-XXXXXX";
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    path = pattern;
-    // The logger appends to <root>/var/log/messages but creates no folders.
-    mkdir((path + "/var").c_str(), 0755);
-    mkdir((path + "/var/log").c_str(), 0755);
-    setenv("ORVO_ROOT", path.c_str(), 1);
-  }
-  ~RootHolder() {
-    if (getpid() == owner) nftw(path.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
-  }
-};
 
 std::vector<std::string> readLines(std::string const& path) {
   std::vector<std::string> lines;
@@ -52,10 +33,7 @@ std::vector<std::string> readLines(std::string const& path) {
 
 }  // namespace
 
-std::string const& cameraRoot() {
-  static RootHolder const root;
-  return root.path;
-}
+std::string const& cameraRoot() { return orvo::test::processRoot().path(); }
 
 int64_t nowMs() {
   timespec ts{};
@@ -113,10 +91,10 @@ std::vector<std::string> Daemon::received() const {
 
 bool Daemon::alive() const { return pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) == 0; }
 
-std::vector<std::string> logLinesWith(std::string const& text) {
-  std::vector<std::string> matches;
-  for (auto const& line : readLines(cameraRoot() + "/var/log/messages")) {
-    if (line.find(text) != std::string::npos) matches.push_back(line);
+std::vector<orvo::test::LogRecord> logRecordsWith(std::string const& text) {
+  std::vector<orvo::test::LogRecord> matches;
+  for (auto const& record : orvo::test::logRecords(orvo::test::processRoot())) {
+    if (record.text.find(text) != std::string::npos) matches.push_back(record);
   }
   return matches;
 }

@@ -9,10 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "support/log_records.h"
+
 namespace bustest {
 
-// Creates the camera root under the build folder and points ORVO_ROOT at it;
-// idempotent. Removed when the test program exits.
+// The program's camera root (support/camera_root.h processRoot()), made and
+// ORVO_ROOT pointed at it on the first call.
 std::string const& cameraRoot();
 
 // Monotonic milliseconds, for measuring time limits.
@@ -46,8 +48,8 @@ class Daemon {
   pid_t pid_ = -1;
 };
 
-// The lines of <root>/var/log/messages that contain `text`.
-std::vector<std::string> logLinesWith(std::string const& text);
+// The records of the root's log whose text contains `text`.
+std::vector<orvo::test::LogRecord> logRecordsWith(std::string const& text);
 
 // A bus name unique within this test program ("<base>_<n>").
 std::string uniqueName(std::string const& base);

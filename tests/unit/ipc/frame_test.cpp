@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "messages/daemons.h"
 #include "bus_test_support.h"
 #include "orvo/ipc/bus.h"
 #include "orvo/ipc/frame.h"
@@ -143,7 +144,7 @@ TEST(BusNames, SuffixIsTheProcessId) {
 }
 
 TEST(BusNames, NamesAreSafeFileNames) {
-  EXPECT_TRUE(orvo::ipc::isValidEndpointName("orvo_networkd"));
+  EXPECT_TRUE(orvo::ipc::isValidEndpointName(orvo::daemons::kNetworkd));
   EXPECT_TRUE(orvo::ipc::isValidEndpointName("rest_settings_get.1234"));
   EXPECT_FALSE(orvo::ipc::isValidEndpointName(""));
   EXPECT_FALSE(orvo::ipc::isValidEndpointName(".."));
@@ -156,6 +157,6 @@ TEST(BusNames, NamesAreSafeFileNames) {
 TEST(BusNames, SocketFilesLiveInTheBusFolderUnderTheCameraRoot) {
   std::string const root = bustest::cameraRoot();
   EXPECT_EQ(orvo::ipc::busFolder(), root + "/run/orvo");
-  EXPECT_EQ(orvo::ipc::socketPathFor("orvo_osd"), root + "/run/orvo/orvo_osd.sock");
+  EXPECT_EQ(orvo::ipc::socketPathFor(orvo::daemons::kOsd), root + "/run/orvo/orvo_osd.sock");
   EXPECT_EQ(orvo::ipc::socketPathFor("../etc"), "");
 }

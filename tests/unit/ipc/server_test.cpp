@@ -174,6 +174,6 @@ TEST_F(Server, EndpointThatDoesNotServeRefusesRequests) {
   writeMessage(fd, "{\"id\":5,\"from\":\"rest_x.9\"}");
   for (int round = 0; round < 20; ++round) server.serve(5);
   EXPECT_EQ(server.pendingRequests(), 0u);
-  EXPECT_EQ(bustest::logLinesWith(name + " serves no requests; dropping 5 from rest_x.9").size(), 1u);
+  EXPECT_EQ(bustest::logRecordsWith(name + " serves no requests; dropping 5 from rest_x.9").size(), 1u);
   close(fd);
 }

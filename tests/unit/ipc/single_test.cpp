@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "messages/daemons.h"
 #include "bus_test_support.h"
+#include "support/poll.h"
 #include "orvo/ipc/blocking_ipc_handler.h"
 #include "orvo/ipc/bus.h"
 #include "orvo/ipc/frame.h"
@@ -66,7 +68,7 @@ class Single : public ::testing::Test {
 }  // namespace
 
 TEST_F(Single, AnswerIsStored) {
-  std::string const name = bustest::uniqueName("orvo_networkd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNetworkd);
   Daemon daemon(name, "echo", 30);
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message = request("status");
@@ -76,7 +78,7 @@ TEST_F(Single, AnswerIsStored) {
 }
 
 TEST_F(Single, SlowDaemonWithinTheLimitIsAwaited) {
-  std::string const name = bustest::uniqueName("orvo_networkd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNetworkd);
   Daemon daemon(name, "echo", 400);
   ASSERT_TRUE(daemon.waitListening());
   int64_t const elapsed = bustest::fastestRun(400 + kSlackMs, [&] {
@@ -93,7 +95,7 @@ TEST_F(Single, SlowDaemonWithinTheLimitIsAwaited) {
 }
 
 TEST_F(Single, SlowDaemonBeyondTheLimitFailsAtTheLimit) {
-  std::string const name = bustest::uniqueName("orvo_networkd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNetworkd);
   Daemon daemon(name, "echo", 500);
   ASSERT_TRUE(daemon.waitListening());
   int64_t const elapsed = bustest::fastestRun(200 + kSlackMs, [&] {
@@ -134,7 +136,7 @@ TEST_F(Single, DaemonThatIsDownFailsAtOnceWhenNotQueued) {
 }
 
 TEST_F(Single, DaemonStartedLateIsReached) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   int64_t const start = nowMs();
   Daemon daemon(name, "echo", 0, 200);
   BaseRequestMessage message = request("late start");
@@ -147,7 +149,7 @@ TEST_F(Single, DaemonStartedLateIsReached) {
 }
 
 TEST_F(Single, LimitOfZeroWithoutAnswerOnlyQueues) {
-  std::string const name = bustest::uniqueName("orvo_ctlserver");
+  std::string const name = bustest::uniqueName(orvo::daemons::kCtlServer);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   int runs = 0;
@@ -160,7 +162,8 @@ TEST_F(Single, LimitOfZeroWithoutAnswerOnlyQueues) {
   });
   EXPECT_LE(elapsed, kSlackMs);
   auto const expected = static_cast<std::size_t>(runs);
-  for (int i = 0; i < 100 && daemon.received().size() < expected; ++i) usleep(5000);
+  orvo::test::eventually([&] { return daemon.received().size() >= expected; },
+                         std::chrono::milliseconds(500));
   ASSERT_EQ(daemon.received().size(), expected);
   EXPECT_NE(daemon.received()[0].find("\"tag\":\"reset\""), std::string::npos);
 }
@@ -176,7 +179,7 @@ TEST_F(Single, LimitOfZeroToAnAbsentDaemonFailsAtOnce) {
 }
 
 TEST_F(Single, TwentyClientProcessesEachGetTheirOwnAnswer) {
-  std::string const name = bustest::uniqueName("orvo_networkd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNetworkd);
   Daemon daemon(name, "echo", 100);
   ASSERT_TRUE(daemon.waitListening());
   constexpr int kClients = 20;
@@ -215,9 +218,10 @@ TEST_F(Single, GarbledAnswerFailsAtOnceAndIsLogged) {
   int64_t const start = nowMs();
   EXPECT_FALSE(ask(name, message, &answer, 2000));
   EXPECT_LT(nowMs() - start, 500);
-  auto const lines = bustest::logLinesWith("garbled stream from " + name);
+  auto const lines = bustest::logRecordsWith("garbled stream from " + name);
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_NE(lines[0].find("<warning> orvo_ipc:"), std::string::npos);
+  EXPECT_EQ(lines[0].level, "warning");
+  EXPECT_EQ(lines[0].tag, "orvo_ipc");
 }
 
 TEST_F(Single, OversizedAnswerHeaderFailsAtOnce) {
@@ -229,7 +233,7 @@ TEST_F(Single, OversizedAnswerHeaderFailsAtOnce) {
   int64_t const start = nowMs();
   EXPECT_FALSE(ask(name, message, &answer, 2000));
   EXPECT_LT(nowMs() - start, 500);
-  EXPECT_EQ(bustest::logLinesWith("garbled stream from " + name).size(), 1u);
+  EXPECT_EQ(bustest::logRecordsWith("garbled stream from " + name).size(), 1u);
 }
 
 TEST_F(Single, AnswerTooLargeForAFrameIsDroppedByTheDaemon) {
@@ -241,7 +245,7 @@ TEST_F(Single, AnswerTooLargeForAFrameIsDroppedByTheDaemon) {
   int64_t const start = nowMs();
   EXPECT_FALSE(ask(name, message, &answer, 2000));
   EXPECT_LT(nowMs() - start, 500);  // the daemon closes instead of leaving us waiting
-  EXPECT_EQ(bustest::logLinesWith("does not fit a frame; dropped").size(), 1u);
+  EXPECT_EQ(bustest::logRecordsWith("does not fit a frame; dropped").size(), 1u);
   EXPECT_TRUE(daemon.alive());
 }
 
@@ -253,7 +257,7 @@ TEST_F(Single, AnswerForAnUnknownIdIsDroppedAndTheRealOneTaken) {
   Variant answer;
   EXPECT_TRUE(ask(name, message, &answer, 2000));
   EXPECT_EQ(static_cast<unsigned long>(answer["id"]), message.id());
-  EXPECT_EQ(bustest::logLinesWith("answer from " + name + " for unknown id " +
+  EXPECT_EQ(bustest::logRecordsWith("answer from " + name + " for unknown id " +
                                   std::to_string(message.id() + 1))
                 .size(),
             1u);
@@ -267,11 +271,11 @@ TEST_F(Single, FrameThatIsNotJsonIsDroppedAndTheRealOneTaken) {
   Variant answer;
   EXPECT_TRUE(ask(name, message, &answer, 2000));
   EXPECT_EQ(echoedTag(answer), "mine");
-  EXPECT_EQ(bustest::logLinesWith("frame from " + name + " is not a JSON object").size(), 1u);
+  EXPECT_EQ(bustest::logRecordsWith("frame from " + name + " is not a JSON object").size(), 1u);
 }
 
 TEST_F(Single, MessageLargerThanAFrameIsRefusedBeforeSending) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon daemon(name, "echo");
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message = request("big");
@@ -280,9 +284,9 @@ TEST_F(Single, MessageLargerThanAFrameIsRefusedBeforeSending) {
   int64_t const start = nowMs();
   EXPECT_FALSE(ask(name, message, &answer, 2000));
   EXPECT_LT(nowMs() - start, 500);  // refused, not retried until the limit
-  EXPECT_EQ(bustest::logLinesWith("does not fit a frame (limit").size(), 1u);
-  usleep(20000);
-  EXPECT_TRUE(daemon.received().empty());
+  EXPECT_EQ(bustest::logRecordsWith("does not fit a frame (limit").size(), 1u);
+  EXPECT_TRUE(orvo::test::holdsFor([&] { return daemon.received().empty(); },
+                                    std::chrono::milliseconds(20)));
 }
 
 TEST_F(Single, DaemonSurvivesBrokenClients) {
@@ -315,5 +319,5 @@ TEST_F(Single, DaemonThatDiesBeforeAnsweringFailsTheRequestAtOnce) {
   int64_t const start = nowMs();
   EXPECT_FALSE(ask(name, message, &answer, 2000));
   EXPECT_LT(nowMs() - start, 500);
-  EXPECT_EQ(bustest::logLinesWith(name + " closed the connection without answering").size(), 1u);
+  EXPECT_EQ(bustest::logRecordsWith(name + " closed the connection without answering").size(), 1u);
 }

@@ -5,7 +5,9 @@
 
 #include <string>
 
+#include "messages/daemons.h"
 #include "bus_test_support.h"
+#include "support/poll.h"
 #include "utils.h"
 
 using bustest::Daemon;
@@ -22,22 +24,25 @@ class Wrapper : public ::testing::Test {
 }  // namespace
 
 TEST_F(Wrapper, ExpectedResponseWithoutPlaceForItSendsNothing) {
-  std::string const name = bustest::uniqueName("orvo_avclient");
+  std::string const name = bustest::uniqueName(orvo::daemons::kAvclient);
   Daemon daemon(name, "echo");
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message;
   message["responseExpected"] = true;
   EXPECT_FALSE(sendIpcBlockingWrapper("rest_manage", name, message, nullptr, true, 1000));
-  usleep(50000);
-  EXPECT_TRUE(daemon.received().empty());
+  EXPECT_TRUE(orvo::test::holdsFor([&] { return daemon.received().empty(); },
+                                    std::chrono::milliseconds(50)));
   auto const lines =
-      bustest::logLinesWith("Request expecting a response, but response variable passed is NULL");
+      bustest::logRecordsWith("Request expecting a response, but response variable passed is NULL");
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_NE(lines[0].find("<err> orvo_cgi: src/utils:sendIpcBlockingWrapper:"), std::string::npos);
+  EXPECT_EQ(lines[0].level, "err");
+  EXPECT_EQ(lines[0].tag, "orvo_cgi");
+  EXPECT_EQ(lines[0].file, "src/utils");
+  EXPECT_EQ(lines[0].function, "sendIpcBlockingWrapper");
 }
 
 TEST_F(Wrapper, MissingResponseExpectedIsSentAsFalse) {
-  std::string const name = bustest::uniqueName("orvo_ctlserver");
+  std::string const name = bustest::uniqueName(orvo::daemons::kCtlServer);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message;
@@ -46,7 +51,7 @@ TEST_F(Wrapper, MissingResponseExpectedIsSentAsFalse) {
   Variant* flag = message.GetKeyChain(orvo::variant::VT_BOOL, "responseExpected", false);
   ASSERT_NE(flag, nullptr);
   EXPECT_FALSE(flag->AsBool());
-  for (int i = 0; i < 100 && daemon.received().empty(); ++i) usleep(5000);
+  orvo::test::eventually([&] { return !daemon.received().empty(); }, std::chrono::milliseconds(500));
   ASSERT_EQ(daemon.received().size(), 1u);
   EXPECT_NE(daemon.received()[0].find("\"responseExpected\":false"), std::string::npos);
   std::string const from = "\"from\":\"orvo_service." + std::to_string(getpid()) + "\"";
@@ -54,7 +59,7 @@ TEST_F(Wrapper, MissingResponseExpectedIsSentAsFalse) {
 }
 
 TEST_F(Wrapper, ResponseExpectedOfTheWrongTypeIsReplacedByFalse) {
-  std::string const name = bustest::uniqueName("orvo_ctlserver");
+  std::string const name = bustest::uniqueName(orvo::daemons::kCtlServer);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message;
@@ -64,7 +69,7 @@ TEST_F(Wrapper, ResponseExpectedOfTheWrongTypeIsReplacedByFalse) {
 }
 
 TEST_F(Wrapper, NonObjectMessageBecomesAnObject) {
-  std::string const name = bustest::uniqueName("orvo_ctlserver");
+  std::string const name = bustest::uniqueName(orvo::daemons::kCtlServer);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message(Variant("just text"));
@@ -74,7 +79,7 @@ TEST_F(Wrapper, NonObjectMessageBecomesAnObject) {
 }
 
 TEST_F(Wrapper, AnswerIsStoredInTheResponse) {
-  std::string const name = bustest::uniqueName("orvo_networkd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNetworkd);
   Daemon daemon(name, "echo", 20);
   ASSERT_TRUE(daemon.waitListening());
   BaseRequestMessage message;
@@ -88,7 +93,7 @@ TEST_F(Wrapper, AnswerIsStoredInTheResponse) {
 }
 
 TEST_F(Wrapper, DaemonThatDoesNotAnswerInTimeIsLogged) {
-  std::string const name = bustest::uniqueName("orvo_networkd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kNetworkd);
   Daemon daemon(name, "silent");
   ASSERT_TRUE(daemon.waitListening());
   int runs = 0;
@@ -104,9 +109,12 @@ TEST_F(Wrapper, DaemonThatDoesNotAnswerInTimeIsLogged) {
     return took;
   });
   EXPECT_LE(elapsed, 150 + bustest::kSlackMs);
-  auto const lines = bustest::logLinesWith("Unable to send IPC to " + name);
+  auto const lines = bustest::logRecordsWith("Unable to send IPC to " + name);
   ASSERT_EQ(lines.size(), static_cast<std::size_t>(runs));
-  EXPECT_NE(lines[0].find("<err> orvo_cgi: src/utils:sendIpcBlockingWrapper:"), std::string::npos);
+  EXPECT_EQ(lines[0].level, "err");
+  EXPECT_EQ(lines[0].tag, "orvo_cgi");
+  EXPECT_EQ(lines[0].file, "src/utils");
+  EXPECT_EQ(lines[0].function, "sendIpcBlockingWrapper");
 }
 
 TEST_F(Wrapper, BatchEndpointNamesCarryTheProcessId) {
@@ -119,7 +127,7 @@ TEST_F(Wrapper, BatchEndpointNamesCarryTheProcessId) {
 }
 
 TEST_F(Wrapper, BatchThroughTheWrapperReachesTheDaemon) {
-  std::string const name = bustest::uniqueName("orvo_osd");
+  std::string const name = bustest::uniqueName(orvo::daemons::kOsd);
   Daemon daemon(name, "echo", 10);
   ASSERT_TRUE(daemon.waitListening());
   BlockingIpcWrapper bus("rest_settings_get");

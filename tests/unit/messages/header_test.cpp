@@ -3,6 +3,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "messages/daemons.h"
 #include "message_test_support.h"
 #include "messages/device.h"
 #include "orvo/ipc/messages/base.h"
@@ -92,7 +93,7 @@ TEST(HeaderFields, GivenValuesOfTheRightKindSurvive) {
           "transactionId": 42, "isBroadcast": true})"));
   message.NormalizeFields();
   EXPECT_EQ(message.from(), "rest_status");
-  EXPECT_EQ(message.to(), "orvo_networkd");
+  EXPECT_EQ(message.to(), orvo::daemons::kNetworkd);
   EXPECT_EQ(message.functionName(), "CancelWait");
   EXPECT_FALSE(message.queueIfDestUnavailable());
   EXPECT_TRUE(message.responseExpected());

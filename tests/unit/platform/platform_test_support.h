@@ -5,24 +5,17 @@
 #include <functional>
 #include <string>
 
+#include "support/camera_root.h"
+#include "support/process.h"
+
 namespace platformtest {
 
-// A fresh camera root under the build folder (removed by the destructor).
-class Root {
- public:
-  Root();
-  ~Root();
-  std::string const& path() const { return path_; }
-  std::string file(std::string const& devicePath) const { return path_ + devicePath; }
-  std::string read(std::string const& devicePath) const;
-  void write(std::string const& devicePath, std::string const& text) const;
-
- private:
-  std::string path_;
-};
+using Root = orvo::test::CameraRoot;
 
 // Runs `check` in a forked child with ORVO_ROOT set to `root` (unset when
 // empty); returns the child's exit status (0 = the check held).
-int inChild(std::string const& root, std::function<bool()> const& check);
+inline int inChild(std::string const& root, std::function<bool()> const& check) {
+  return orvo::test::runInChild(root, [&check] { return check() ? 0 : 1; });
+}
 
 }  // namespace platformtest

@@ -16,6 +16,7 @@
 #include "orvo/variant/camera_info.h"
 #include "orvo/variant/uri.h"
 #include "status_test_support.h"
+#include "support/process.h"
 
 using orvo::variant::Variant;
 namespace utils = orvo::utils;
@@ -25,15 +26,7 @@ namespace {
 // Runs `code` in a child inside `root` (device paths are mapped there) and
 // returns its exit status: the parent never maps a device path itself.
 int inChild(statustest::Root const& root, std::function<int()> const& code) {
-  fflush(stdout);
-  pid_t child = fork();
-  if (child == 0) {
-    setenv("ORVO_ROOT", root.path().c_str(), 1);
-    _exit(code());
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return orvo::test::runInChild(root.path(), code);
 }
 
 }  // namespace

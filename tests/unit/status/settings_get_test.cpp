@@ -5,6 +5,7 @@
 #include <memory>
 #include <regex>
 
+#include "messages/daemons.h"
 #include "status_test_support.h"
 
 using orvo::variant::Variant;
@@ -13,7 +14,7 @@ using statustest::json;
 using statustest::kUntouched;
 using statustest::Handler;
 using statustest::Root;
-using statustest::Outcome;
+using statustest::CgiResult;
 using statustest::Script;
 
 namespace {
@@ -27,12 +28,12 @@ Script answering(char const* function, char const* answer) {
 // Every daemon the read asks, with answers a camera would give.
 std::map<std::string, Script> cameraScripts() {
   std::map<std::string, Script> scripts;
-  scripts["orvo_ispserver"] = answering("ChangeIspSettings", R"({"brightness":50})");
-  scripts["orvo_streamer"] = answering("ChangeVideoSettings", R"({"audio":{"volume":80}})");
-  scripts["orvo_osd"] = answering("ChangeOsdSettings", R"({"useISO8601":true})");
-  scripts["orvo_nvr"] = answering("ChangeNvrSettings", R"({"rtspPort":554})");
-  scripts["orvo_analytics"] = answering("ChangeAnalyticsSettings", R"({"sendEvents":1})");
-  scripts["orvo_sounds_leds"] = answering("ChangeSoundLedSettings", R"({"speakerVolume":60})");
+  scripts[orvo::daemons::kIspServer] = answering("ChangeIspSettings", R"({"brightness":50})");
+  scripts[orvo::daemons::kStreamer] = answering("ChangeVideoSettings", R"({"audio":{"volume":80}})");
+  scripts[orvo::daemons::kOsd] = answering("ChangeOsdSettings", R"({"useISO8601":true})");
+  scripts[orvo::daemons::kNvr] = answering("ChangeNvrSettings", R"({"rtspPort":554})");
+  scripts[orvo::daemons::kAnalytics] = answering("ChangeAnalyticsSettings", R"({"sendEvents":1})");
+  scripts[orvo::daemons::kSoundsLeds] = answering("ChangeSoundLedSettings", R"({"speakerVolume":60})");
   Script network;
   network.answers["ChangeNetworkSettings"] = statustest::parse(R"({
     "wifi": {"ssid": "HomeNet", "key": "psk", "wpa": {"auth": "wpa2", "psk": "secret123"}},
@@ -40,13 +41,13 @@ std::map<std::string, Script> cameraScripts() {
     "statik": {"ip": "10.0.0.5", "netmask": "255.0.0.0"}, "routes": {"gateway": "10.0.0.1"},
     "dns": {"ns1": {"status": 1, "ip": "10.0.0.2"}, "ns2": {"status": 1, "ip": "10.0.0.3"}}})");
   network.answers["NetworkStatus"] = statustest::parse(R"({"mode": "static"})");
-  scripts["orvo_networkd"] = network;
+  scripts[orvo::daemons::kNetworkd] = network;
   Script ctl;
   ctl.answers["ChangeDeviceSettings"] =
       statustest::parse(R"({"name":"Porch","timezone":"Europe/Paris","region":"EU"})");
   ctl.answers["ChangeUsernamePassword"] = statustest::parse(R"({"username":"admin"})");
-  scripts["orvo_ctlserver"] = ctl;
-  scripts["orvo_avclient"] =
+  scripts[orvo::daemons::kCtlServer] = ctl;
+  scripts[orvo::daemons::kAvclient] =
       answering("GetAvclientState", R"({"host":"ctl.example.com","uuid":"u-1"})");
   return scripts;
 }
@@ -58,7 +59,7 @@ class SettingsRead : public ::testing::Test {
       daemons_[entry.first] = std::make_unique<Daemon>(root_, entry.first, entry.second);
     }
   }
-  Outcome get() { return statustest::runHandler(root_, Handler::kSettings, "GET"); }
+  CgiResult get() { return statustest::runHandler(root_, Handler::kSettings, "GET"); }
   std::vector<std::string> functionsReceived(std::string const& daemon) {
     std::vector<std::string> names;
     for (Variant& message : daemons_[daemon]->received()) {
@@ -76,7 +77,7 @@ TEST_F(SettingsRead, MergesEveryAnswerAndTheConfiguration) {
   root_.write("/etc/orvo/system.cfg",
               "device.firstTimeUse=0\ndevice.language=fr\nhttpd.anonSnapshot=1\n");
   start(cameraScripts());
-  Outcome run = get();
+  CgiResult run = get();
   ASSERT_EQ(run.status, "200") << run.out;
   Variant doc = statustest::parse(run.body);
   EXPECT_EQ(json(doc["device"]),
@@ -96,26 +97,26 @@ TEST_F(SettingsRead, MergesEveryAnswerAndTheConfiguration) {
   EXPECT_EQ(json(doc["analytics"]["sendEvents"]), "1");
   EXPECT_EQ(json(doc["soundled"]["speakerVolume"]), "60");
   EXPECT_EQ(doc.KeysCount(), 11u);
-  EXPECT_EQ(functionsReceived("orvo_networkd"),
+  EXPECT_EQ(functionsReceived(orvo::daemons::kNetworkd),
             (std::vector<std::string>{"ChangeNetworkSettings", "NetworkStatus"}));
-  EXPECT_EQ(functionsReceived("orvo_ctlserver"),
+  EXPECT_EQ(functionsReceived(orvo::daemons::kCtlServer),
             (std::vector<std::string>{"ChangeDeviceSettings", "ChangeUsernamePassword"}));
-  EXPECT_EQ(functionsReceived("orvo_avclient"), std::vector<std::string>{"GetAvclientState"});
+  EXPECT_EQ(functionsReceived(orvo::daemons::kAvclient), std::vector<std::string>{"GetAvclientState"});
 }
 
 TEST_F(SettingsRead, QuestionsCarryNoSettings) {
   start(cameraScripts());
   ASSERT_EQ(get().status, "200");
-  Variant question = daemons_["orvo_ispserver"]->received().at(0);
+  Variant question = daemons_[orvo::daemons::kIspServer]->received().at(0);
   EXPECT_EQ(question.GetKeyChain(orvo::variant::VT_ANY, "brightness", false), nullptr);
   EXPECT_EQ(json(question["responseExpected"]), "true");
 }
 
 TEST_F(SettingsRead, SilentStreamerLeavesAvEmpty) {
   auto scripts = cameraScripts();
-  scripts["orvo_streamer"].silent = true;
+  scripts[orvo::daemons::kStreamer].silent = true;
   start(scripts);
-  Outcome run = get();
+  CgiResult run = get();
   ASSERT_EQ(run.status, "200");
   Variant doc = statustest::parse(run.body);
   EXPECT_EQ(json(doc["av"]), "null");
@@ -124,20 +125,23 @@ TEST_F(SettingsRead, SilentStreamerLeavesAvEmpty) {
 
 TEST_F(SettingsRead, SlowDaemonIsNamedInTheLog) {
   auto scripts = cameraScripts();
-  scripts["orvo_osd"].delayMs = 1150;
+  scripts[orvo::daemons::kOsd].delayMs = 1150;
   start(scripts);
-  Outcome run = get();
+  CgiResult run = get();
   ASSERT_EQ(run.status, "200");
-  std::regex const slowOsd(R"(<warning> orvo_cgi: src/rest_settings:handle_get:\d+: )"
-                           R"(msgOsd took (\d+)-ms to process the request$)");
+  std::regex const slowOsd(R"(msgOsd took (\d+)-ms to process the request)");
   int slowLines = 0;
-  for (std::string const& line : run.log) {
+  for (orvo::test::LogRecord const& record : run.log) {
     std::smatch match;
-    if (std::regex_search(line, match, slowOsd)) {
+    if (std::regex_match(record.text, match, slowOsd)) {
       ++slowLines;
+      EXPECT_EQ(record.level, "warning");
+      EXPECT_EQ(record.tag, "orvo_cgi");
+      EXPECT_EQ(record.file, "src/rest_settings");
+      EXPECT_EQ(record.function, "handle_get");
       EXPECT_GE(std::stoul(match[1]), 1150u);
     }
-    EXPECT_EQ(line.find("msgIsp took"), std::string::npos);
+    EXPECT_EQ(record.text.find("msgIsp took"), std::string::npos);
   }
   EXPECT_EQ(slowLines, 1);
 }
@@ -153,7 +157,7 @@ TEST_F(SettingsRead, UnsetConfigurationValues) {
 
 TEST_F(SettingsRead, NoStaticAddressGivesEmptyStrings) {
   auto scripts = cameraScripts();
-  scripts["orvo_networkd"].answers["ChangeNetworkSettings"] =
+  scripts[orvo::daemons::kNetworkd].answers["ChangeNetworkSettings"] =
       statustest::parse(R"({"dhcp":{"status":1},"statik":{}})");
   start(scripts);
   Variant doc = statustest::parse(get().body);
@@ -165,8 +169,8 @@ TEST_F(SettingsRead, NoStaticAddressGivesEmptyStrings) {
 TEST_F(SettingsRead, UnreadableConfigurationValueFails) {
   root_.write("/etc/orvo/system.cfg", "httpd.anonSnapshot=yes\n");
   start(cameraScripts());
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Failed to get httpd.anonSnapshot value"),
             std::vector<std::string>{"err handle_get"});
@@ -175,8 +179,8 @@ TEST_F(SettingsRead, UnreadableConfigurationValueFails) {
 TEST_F(SettingsRead, UnreadableFirstTimeUseFails) {
   root_.write("/etc/orvo/system.cfg", "device.firstTimeUse=maybe\n");
   start(cameraScripts());
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Failed to get device.firstTimeUse value"),
             std::vector<std::string>{"err handle_get"});
@@ -185,8 +189,8 @@ TEST_F(SettingsRead, UnreadableFirstTimeUseFails) {
 TEST_F(SettingsRead, MissingConfigurationFails) {
   unlink(root_.file("/etc/orvo/system.cfg").c_str());
   start(cameraScripts());
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Failed to initialize system cfg manager"),
             std::vector<std::string>{"err handle_get"});
@@ -195,16 +199,16 @@ TEST_F(SettingsRead, MissingConfigurationFails) {
 TEST_F(SettingsRead, MissingDescriptionFails) {
   unlink(root_.file("/etc/orvo/camera_info.json").c_str());
   start(cameraScripts());
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Failed to initialize camera info manager"),
             std::vector<std::string>{"err handle_get"});
 }
 
 TEST_F(SettingsRead, OtherMethodsAreRefusedWithAnEmptyAnswer) {
-  Outcome run = statustest::runHandler(root_, Handler::kSettings, "DELETE");
-  EXPECT_EQ(run.result, 0);
+  CgiResult run = statustest::runHandler(root_, Handler::kSettings, "DELETE");
+  EXPECT_EQ(run.returned(), 0);
   EXPECT_EQ(run.out, kUntouched);
   std::vector<std::string> const lines = statustest::logged(run, "Unsupported method 'DELETE'");
   EXPECT_EQ(std::count(lines.begin(), lines.end(), "err rest_settings_main"), 1);

@@ -11,8 +11,10 @@
 #include <ostream>
 #include <thread>
 
+#include "messages/daemons.h"
 #include "orvo/utils/mutex.h"
 #include "status_test_support.h"
+#include "support/poll.h"
 
 using orvo::variant::Variant;
 using statustest::Daemon;
@@ -20,17 +22,23 @@ using statustest::json;
 using statustest::kUntouched;
 using statustest::Handler;
 using statustest::Root;
-using statustest::Outcome;
+using statustest::CgiResult;
 using statustest::Script;
 
 namespace {
 
-constexpr int kSettleMs = 150;
-constexpr int kArrivalLimitMs = 3000;
+// How long the daemons' traffic must stay unchanged to count as complete.
+constexpr std::chrono::milliseconds kQuiet{150};
+constexpr std::chrono::milliseconds kArrivalLimit{3000};
 
-constexpr char const* kDaemons[] = {"orvo_ispserver", "orvo_streamer",   "orvo_osd",
-                                    "orvo_nvr",       "orvo_analytics",  "orvo_sounds_leds",
-                                    "orvo_networkd",  "orvo_ctlserver",  "orvo_avclient"};
+using namespace orvo::daemons;
+constexpr char const* kDaemons[] = {kIspServer, kStreamer, kOsd,       kNvr,     kAnalytics,
+                                    kSoundsLeds, kNetworkd, kCtlServer, kAvclient};
+
+// One message as traffic() lists it.
+std::string sent(char const* daemon, char const* function) {
+  return std::string(daemon) + ":" + function;
+}
 
 std::string text(Variant& message, char const* path) {
   Variant* value = message.GetKeyChain(orvo::variant::VT_ANY, path, false);
@@ -85,23 +93,29 @@ class SettingsWrite : public ::testing::Test {
       daemons_[name] = std::make_unique<Daemon>(root_, name, script);
     }
   }
-  Outcome put(std::string const& body) {
+  CgiResult put(std::string const& body) {
     return statustest::runHandler(root_, Handler::kSettings, "PUT", "1.2", body);
   }
   // A message that expects no answer may still be on its way in when the
   // request has ended: wait a bounded while for the first one.
   std::vector<Variant> received(char const* daemon) {
-    for (int waitedMs = 0; waitedMs < kArrivalLimitMs; waitedMs += 10) {
-      std::vector<Variant> messages = daemons_[daemon]->received();
-      if (!messages.empty()) return messages;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    orvo::test::eventually([&] { return !daemons_[daemon]->received().empty(); }, kArrivalLimit);
     return daemons_[daemon]->received();
   }
-  // Every daemon's received messages as "daemon:functionName", in daemon order.
+  // Every daemon's received messages as "daemon:functionName", in daemon
+  // order, once no new one has come for a while: a message that expects no
+  // answer may still be on its way in when the request has ended.
   std::vector<std::string> traffic() {
-    // A message that expects no answer may still be on its way in.
-    std::this_thread::sleep_for(std::chrono::milliseconds(kSettleMs));
+    std::vector<std::string> seen = receivedNow();
+    orvo::test::eventually(
+        [&] {
+          std::vector<std::string> const before = seen;
+          return orvo::test::holdsFor([&] { return (seen = receivedNow()) == before; }, kQuiet);
+        },
+        kArrivalLimit);
+    return seen;
+  }
+  std::vector<std::string> receivedNow() {
     std::vector<std::string> seen;
     for (char const* name : kDaemons) {
       for (Variant& message : daemons_[name]->received()) {
@@ -121,11 +135,11 @@ class SettingsWrite : public ::testing::Test {
 
 TEST_F(SettingsWrite, EmptyBodySendsOnlyTheEmptyNetworkChange) {
   startAll();
-  Outcome run = put("{}");
+  CgiResult run = put("{}");
   EXPECT_EQ(run.status, "200");
   EXPECT_EQ(run.body, "");
-  EXPECT_EQ(traffic(), std::vector<std::string>{"orvo_networkd:ChangeNetworkSettings"});
-  Variant change = received("orvo_networkd").at(0);
+  EXPECT_EQ(traffic(), std::vector<std::string>{sent(kNetworkd, "ChangeNetworkSettings")});
+  Variant change = received(orvo::daemons::kNetworkd).at(0);
   EXPECT_EQ(text(change, "responseExpected"), "false");
   EXPECT_EQ(text(change, "dhcp/status"), "-1");
   EXPECT_EQ(toolCalls(), "");
@@ -133,9 +147,9 @@ TEST_F(SettingsWrite, EmptyBodySendsOnlyTheEmptyNetworkChange) {
 
 TEST_F(SettingsWrite, LanguageOnlyRunsTheToolAndSendsNoDeviceMessage) {
   startAll();
-  Outcome run = put(R"({"device":{"language":"fr"}})");
+  CgiResult run = put(R"({"device":{"language":"fr"}})");
   EXPECT_EQ(run.status, "200");
-  EXPECT_EQ(traffic(), std::vector<std::string>{"orvo_networkd:ChangeNetworkSettings"});
+  EXPECT_EQ(traffic(), std::vector<std::string>{sent(kNetworkd, "ChangeNetworkSettings")});
   EXPECT_EQ(toolCalls(), "flash|device.language|fr|\n");
   EXPECT_NE(root_.read("/etc/orvo/system.cfg").find("device.language=fr\n"), std::string::npos);
 }
@@ -154,7 +168,7 @@ TEST_F(SettingsWrite, FirstTimeUseCanOnlyBeCleared) {
 
 TEST_F(SettingsWrite, EverySectionReachesItsDaemon) {
   startAll();
-  Outcome run = put(R"({
+  CgiResult run = put(R"({
     "isp": {"brightness": 40, "contrast": 500}, "av": {"audio": {"volume": 30}},
     "osd": {"enableOverlay": 1}, "nvr": {"rtspPort": 8554}, "analytics": {"sendEvents": 1},
     "soundled": {"speakerVolume": 20},
@@ -163,24 +177,24 @@ TEST_F(SettingsWrite, EverySectionReachesItsDaemon) {
     "controller": {"addr": "ctl.example.com:7443", "token": "t0k"}})");
   EXPECT_EQ(run.status, "200");
   EXPECT_EQ(traffic(), (std::vector<std::string>{
-                           "orvo_ispserver:ChangeIspSettings", "orvo_streamer:ChangeVideoSettings",
-                           "orvo_osd:ChangeOsdSettings", "orvo_nvr:ChangeNvrSettings",
-                           "orvo_analytics:ChangeAnalyticsSettings",
-                           "orvo_sounds_leds:ChangeSoundLedSettings",
-                           "orvo_networkd:ChangeNetworkSettings",
-                           "orvo_ctlserver:ChangeDeviceSettings",
-                           "orvo_ctlserver:ChangeUsernamePassword", "orvo_avclient:Adopt"}));
-  Variant isp = received("orvo_ispserver").at(0);
+                           sent(kIspServer, "ChangeIspSettings"), sent(kStreamer, "ChangeVideoSettings"),
+                           sent(kOsd, "ChangeOsdSettings"), sent(kNvr, "ChangeNvrSettings"),
+                           sent(kAnalytics, "ChangeAnalyticsSettings"),
+                           sent(kSoundsLeds, "ChangeSoundLedSettings"),
+                           sent(kNetworkd, "ChangeNetworkSettings"),
+                           sent(kCtlServer, "ChangeDeviceSettings"),
+                           sent(kCtlServer, "ChangeUsernamePassword"), sent(kAvclient, "Adopt")}));
+  Variant isp = received(orvo::daemons::kIspServer).at(0);
   EXPECT_EQ(text(isp, "brightness"), "40");
   EXPECT_EQ(text(isp, "contrast"), "101");  // out of range: not set
   EXPECT_EQ(text(isp, "saturation"), "101");
-  Variant device = received("orvo_ctlserver").at(0);
+  Variant device = received(orvo::daemons::kCtlServer).at(0);
   EXPECT_EQ(text(device, "name"), R"("Porch")");
   EXPECT_EQ(text(device, "timezone"), R"("Europe/Paris")");
   EXPECT_EQ(text(device, "region"), R"("_UNINITIALIZED_")");
-  Variant credentials = received("orvo_ctlserver").at(1);
+  Variant credentials = received(orvo::daemons::kCtlServer).at(1);
   EXPECT_EQ(text(credentials, "passwordNew"), R"("b")");
-  Variant adoption = received("orvo_avclient").at(0);
+  Variant adoption = received(orvo::daemons::kAvclient).at(0);
   EXPECT_EQ(text(adoption, "hosts"), R"(["ctl.example.com:7443"])");
   EXPECT_EQ(text(adoption, "protocol"), R"("wss")");
   EXPECT_EQ(text(adoption, "token"), R"("t0k")");
@@ -189,9 +203,9 @@ TEST_F(SettingsWrite, EverySectionReachesItsDaemon) {
 
 TEST_F(SettingsWrite, EmptyControllerAddressSendsNoAdoption) {
   startAll();
-  Outcome run = put(R"({"controller":{"addr":""}})");
+  CgiResult run = put(R"({"controller":{"addr":""}})");
   EXPECT_EQ(run.status, "200");
-  EXPECT_EQ(traffic(), std::vector<std::string>{"orvo_networkd:ChangeNetworkSettings"});
+  EXPECT_EQ(traffic(), std::vector<std::string>{sent(kNetworkd, "ChangeNetworkSettings")});
   EXPECT_EQ(statustest::logged(run, "controller addr must be non-empty"),
             std::vector<std::string>{"warning handle_put"});
 }
@@ -200,7 +214,7 @@ TEST_F(SettingsWrite, OpenWirelessSendsNoWpaFields) {
   startAll();
   ASSERT_EQ(put(R"({"wifi":{"ssid":"Cafe","key":"none","auth":"wpa2","psk":"12345678"}})").status,
             "200");
-  Variant change = received("orvo_networkd").at(0);
+  Variant change = received(orvo::daemons::kNetworkd).at(0);
   EXPECT_EQ(text(change, "wifi/ssid"), R"("Cafe")");
   EXPECT_EQ(text(change, "wifi/key"), R"("none")");
   EXPECT_EQ(text(change, "wifi/wpa"), R"({"auth":"","psk":""})");
@@ -213,7 +227,7 @@ TEST_F(SettingsWrite, ProtectedWirelessAndStaticAddressing) {
                            "dns1":"10.0.0.2","dhcpFallbackIP":"192.168.1.20"}})")
                 .status,
             "200");
-  Variant change = received("orvo_networkd").at(0);
+  Variant change = received(orvo::daemons::kNetworkd).at(0);
   EXPECT_EQ(text(change, "wifi/wpa"), R"({"auth":"wpa2","psk":"longenough"})");
   EXPECT_EQ(text(change, "dhcp"),
             R"({"fallbackIP":"192.168.1.20","fallbackNetmask":"","status":0})");
@@ -226,7 +240,7 @@ TEST_F(SettingsWrite, ProtectedWirelessAndStaticAddressing) {
 TEST_F(SettingsWrite, DhcpModeSetsTheStatusOnly) {
   startAll();
   ASSERT_EQ(put(R"({"net":{"mode":"dhcp","ip":"10.0.0.5","mask":"255.0.0.0"}})").status, "200");
-  Variant change = received("orvo_networkd").at(0);
+  Variant change = received(orvo::daemons::kNetworkd).at(0);
   EXPECT_EQ(text(change, "dhcp/status"), "1");
   EXPECT_EQ(text(change, "statik"), R"({"ip":"","netmask":""})");
 }
@@ -235,7 +249,7 @@ TEST_F(SettingsWrite, SecondWriterIsRefusedWhileTheFirstHoldsTheLock) {
   startAll();
   LockHolder first(root_);
   ASSERT_TRUE(first.held());
-  Outcome run = put(R"({"device":{"language":"fr"}})");
+  CgiResult run = put(R"({"device":{"language":"fr"}})");
   EXPECT_EQ(run.status, "429");
   EXPECT_EQ(traffic(), std::vector<std::string>{});
   EXPECT_TRUE(statustest::loggedText(run, "'rest_settings_put' is already running"));
@@ -247,8 +261,8 @@ TEST_F(SettingsWrite, ToolFailureAnswers500) {
   unlink(root_.file("/bin/orvo_system_cfg").c_str());
   root_.write("/bin/orvo_system_cfg", "#!/bin/sh\nexit 1\n");
   chmod(root_.file("/bin/orvo_system_cfg").c_str(), 0755);
-  Outcome run = put(R"({"device":{"language":"fr"}})");
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = put(R"({"device":{"language":"fr"}})");
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.status, "500");
   EXPECT_EQ(statustest::logged(run, "Failed to execute orvo_system_cfg"),
             std::vector<std::string>{"err handle_put"});
@@ -275,18 +289,18 @@ TEST_P(SettingsRefusal, AnswersBadRequestAndChangesNothing) {
   if (std::string(GetParam().message) == "Failed to initialize camera info manager") {
     unlink(root_.file("/etc/orvo/camera_info.json").c_str());
   }
-  Outcome run = put(GetParam().body);
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = put(GetParam().body);
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.status, "400");
   EXPECT_EQ(traffic(), std::vector<std::string>{});
   EXPECT_EQ(toolCalls(), "");
   std::vector<std::string> checks;
-  for (std::string const& line : run.log) {
-    if (line.find(":is_valid_put_request:") != std::string::npos) checks.push_back(line);
+  for (orvo::test::LogRecord const& record : run.log) {
+    if (record.function == "is_valid_put_request") checks.push_back(record.text);
   }
   ASSERT_EQ(checks.size(), 1u);
-  EXPECT_NE(checks[0].find(std::string(": ") + GetParam().message), std::string::npos)
-      << checks[0];
+  // The message opens the record's text (one ends in the values it found).
+  EXPECT_EQ(checks[0].rfind(GetParam().message, 0), 0u) << checks[0];
   EXPECT_EQ(statustest::logged(run, "Invalid request"), std::vector<std::string>{"err handle_put"});
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include "messages/daemons.h"
 #include "status_test_support.h"
 
 using orvo::variant::Variant;
@@ -10,7 +11,7 @@ using statustest::json;
 using statustest::kUntouched;
 using statustest::Handler;
 using statustest::Root;
-using statustest::Outcome;
+using statustest::CgiResult;
 using statustest::Script;
 
 namespace {
@@ -40,12 +41,12 @@ Script networkScript(Variant const& reply) {
   return script;
 }
 
-Variant document(Outcome const& run) { return statustest::parse(run.body); }
+Variant document(CgiResult const& run) { return statustest::parse(run.body); }
 
 class StatusDocument : public ::testing::Test {
  protected:
   void SetUp() override { root_.writeProc(kNetDev); }
-  Outcome get(std::string const& version = "1.2") {
+  CgiResult get(std::string const& version = "1.2") {
     return statustest::runHandler(root_, Handler::kStatus, "GET", version);
   }
   Root root_;
@@ -54,15 +55,15 @@ class StatusDocument : public ::testing::Test {
 }  // namespace
 
 TEST_F(StatusDocument, OtherMethodsFailWithoutAnswer) {
-  Outcome run = statustest::runHandler(root_, Handler::kStatus, "POST");
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = statustest::runHandler(root_, Handler::kStatus, "POST");
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Cannot process POST request"),
             std::vector<std::string>{"err rest_status_main"});
 }
 
 TEST_F(StatusDocument, Version01HasExactlyThreeKeys) {
-  Outcome run = get("0.1");
+  CgiResult run = get("0.1");
   ASSERT_EQ(run.status, "200");
   EXPECT_EQ(run.body,
             R"({"fwver":"OV-B4.v4.23.8","mac":"74:83:C2:A1:B2:C3","model":"OrvoCam Bullet 4"})");
@@ -70,8 +71,8 @@ TEST_F(StatusDocument, Version01HasExactlyThreeKeys) {
 
 TEST_F(StatusDocument, FullDocumentFromEverySource) {
   root_.write("/etc/avclient_state.json", R"({"adopted":true,"host":"ctl.example.com"})");
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
-  Outcome run = get();
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
+  CgiResult run = get();
   ASSERT_EQ(run.status, "200") << run.out;
   Variant doc = document(run);
   EXPECT_EQ(json(doc["board"]),
@@ -102,8 +103,8 @@ TEST_F(StatusDocument, FullDocumentFromEverySource) {
 TEST_F(StatusDocument, AccessPointModeGivesOnlyTheMode) {
   Variant reply = stationReply();
   reply["wlanMode"] = "master";
-  Daemon network(root_, "orvo_networkd", networkScript(reply));
-  Outcome run = get();
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(reply));
+  CgiResult run = get();
   ASSERT_EQ(run.status, "200");
   EXPECT_EQ(json(document(run)["wifi"]), R"({"mode":"master"})");
 }
@@ -113,7 +114,7 @@ TEST_F(StatusDocument, StationDefaultsForMissingFields) {
   reply.RemoveValue("channel", false);
   reply.RemoveValue("qualityMax", false);
   reply.RemoveValue("connectionStateDescription", false);
-  Daemon network(root_, "orvo_networkd", networkScript(reply));
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(reply));
   Variant wifi = document(get())["wifi"];
   EXPECT_EQ(json(wifi["channel"]), "-1");
   EXPECT_EQ(json(wifi["qualityMax"]), "1");
@@ -124,7 +125,7 @@ TEST_F(StatusDocument, CameraWithoutWirelessHasEmptyWifi) {
   Variant info = statustest::defaultCameraInfo();
   info["feature_wifi"] = 0;
   root_.writeCameraInfo(info);
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
   Variant doc = document(get());
   EXPECT_EQ(json(doc["wifi"]), "null");
   EXPECT_EQ(json(doc["features"]["wifi"]), "0");
@@ -133,7 +134,7 @@ TEST_F(StatusDocument, CameraWithoutWirelessHasEmptyWifi) {
 TEST_F(StatusDocument, InterfaceMissingFromStatisticsHasNoCounters) {
   Variant reply = stationReply();
   reply["defaultInterface"] = "wlan0";
-  Daemon network(root_, "orvo_networkd", networkScript(reply));
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(reply));
   Variant net = document(get())["network"];
   EXPECT_EQ(json(net["nic"]), R"("wlan0")");
   EXPECT_EQ(net.GetKeyChain(orvo::variant::VT_ANY, "bytesRx", false), nullptr);
@@ -142,7 +143,7 @@ TEST_F(StatusDocument, InterfaceMissingFromStatisticsHasNoCounters) {
 
 TEST_F(StatusDocument, UnsetConfigurationValuesTakeTheirDefaults) {
   root_.write("/etc/orvo/system.cfg", "httpd.anonSnapshot=1\n");
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
   Variant device = document(get())["device"];
   EXPECT_EQ(json(device["language"]), R"("en-US")");
   EXPECT_EQ(json(device["firstTimeUse"]), "true");
@@ -150,7 +151,7 @@ TEST_F(StatusDocument, UnsetConfigurationValuesTakeTheirDefaults) {
 
 TEST_F(StatusDocument, StoredFirstTimeUseZeroIsFalse) {
   root_.write("/etc/orvo/system.cfg", "device.firstTimeUse=0\ndevice.language=fr\n");
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
   Variant device = document(get())["device"];
   EXPECT_EQ(json(device["firstTimeUse"]), "false");
   EXPECT_EQ(json(device["language"]), R"("fr")");
@@ -158,8 +159,8 @@ TEST_F(StatusDocument, StoredFirstTimeUseZeroIsFalse) {
 
 TEST_F(StatusDocument, UnreadableConfigurationValueAnswersAnEmptyDocument) {
   root_.write("/etc/orvo/system.cfg", "device.firstTimeUse=maybe\n");
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
-  Outcome run = get();
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
+  CgiResult run = get();
   EXPECT_EQ(run.status, "200");
   EXPECT_EQ(run.body, "null");
   EXPECT_TRUE(statustest::loggedText(run, "Failed to get device.firstTimeUse value"));
@@ -167,8 +168,8 @@ TEST_F(StatusDocument, UnreadableConfigurationValueAnswersAnEmptyDocument) {
 
 TEST_F(StatusDocument, VideoChipDeviceThatIsNoChipGivesNoTemperature) {
   root_.write("/dev/iav", "not a device");
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
-  Outcome run = get();
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
+  CgiResult run = get();
   ASSERT_EQ(run.status, "200");
   EXPECT_EQ(document(run)["system"].GetKeyChain(orvo::variant::VT_ANY, "temperature", false),
             nullptr);
@@ -177,17 +178,17 @@ TEST_F(StatusDocument, VideoChipDeviceThatIsNoChipGivesNoTemperature) {
 TEST_F(StatusDocument, EmptyDefaultInterfaceFails) {
   Variant reply = stationReply();
   reply["defaultInterface"] = "";
-  Daemon network(root_, "orvo_networkd", networkScript(reply));
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(reply));
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Failed to read NIC properties"),
             std::vector<std::string>{"err RestGetStatus"});
 }
 
 TEST_F(StatusDocument, NetworkDaemonDownFails) {
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_TRUE(statustest::loggedText(run, "Unable to send IPC to orvo_networkd"));
   EXPECT_EQ(statustest::logged(run, "Failed to query NetworkStatus"),
@@ -196,22 +197,24 @@ TEST_F(StatusDocument, NetworkDaemonDownFails) {
 
 TEST_F(StatusDocument, MissingDescriptionFails) {
   unlink(root_.file("/etc/orvo/camera_info.json").c_str());
-  Outcome run;
+  std::vector<std::string> found;
   for (char const* version : {"1.2", "0.1"}) {
-    run = get(version);
-    EXPECT_EQ(run.result, -1);
+    CgiResult run = get(version);
+    EXPECT_EQ(run.returned(), -1);
     EXPECT_EQ(run.out, kUntouched);
+    for (auto const& place : statustest::logged(run, "Failed to initialize CameraInfo manager")) {
+      found.push_back(place);
+    }
   }
-  // The camera log holds both runs, each builder under its own name.
-  EXPECT_EQ(statustest::logged(run, "Failed to initialize CameraInfo manager"),
-            (std::vector<std::string>{"err RestGetStatus", "err RestGetStatus_0_1"}));
+  // Each builder logs under its own name.
+  EXPECT_EQ(found, (std::vector<std::string>{"err RestGetStatus", "err RestGetStatus_0_1"}));
 }
 
 TEST_F(StatusDocument, MissingConfigurationFails) {
   unlink(root_.file("/etc/orvo/system.cfg").c_str());
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(run.out, kUntouched);
   EXPECT_EQ(statustest::logged(run, "Failed to initialize system cfg manager"),
             std::vector<std::string>{"err RestGetStatus"});
@@ -219,8 +222,8 @@ TEST_F(StatusDocument, MissingConfigurationFails) {
 
 TEST_F(StatusDocument, UnreadableStatisticsFail) {
   root_.write("/proc/stat", "garbage\n");
-  Outcome run = get();
-  EXPECT_EQ(run.result, -1);
+  CgiResult run = get();
+  EXPECT_EQ(run.returned(), -1);
   EXPECT_EQ(statustest::logged(run, "Failed to get system stats"),
             std::vector<std::string>{"err RestGetStatus"});
 }
@@ -229,7 +232,7 @@ TEST_F(StatusDocument, MissingFeatureFlagEndsTheProcess) {
   Variant info = statustest::defaultCameraInfo();
   info.RemoveValue("feature_ldc", false);
   root_.writeCameraInfo(info);
-  Outcome run = get();
+  CgiResult run = get();
   EXPECT_FALSE(run.exited);
   EXPECT_EQ(run.signal, SIGABRT);
   EXPECT_EQ(run.out, "");  // ended before the response could commit
@@ -241,7 +244,7 @@ TEST_F(StatusDocument, MistypedBoardNameEndsTheProcess) {
   Variant info = statustest::defaultCameraInfo();
   info["name"] = 7;
   root_.writeCameraInfo(info);
-  Outcome run = get();
+  CgiResult run = get();
   EXPECT_EQ(run.signal, SIGABRT);
   EXPECT_EQ(statustest::logged(run, "Key \"name\" has a different type than expected"),
             std::vector<std::string>{"err name"});
@@ -253,7 +256,7 @@ TEST_F(StatusDocument, MistypedDefaultingKeysTakeTheirDefaults) {
   info["reboot"] = "ninety";
   info.RemoveValue("hwaddr", false);
   root_.writeCameraInfo(info);
-  Daemon network(root_, "orvo_networkd", networkScript(stationReply()));
+  Daemon network(root_, orvo::daemons::kNetworkd, networkScript(stationReply()));
   Variant doc = document(get());
   EXPECT_EQ(json(doc["fw"]["semver"]), R"("")");
   EXPECT_EQ(json(doc["board"]["maxTimeoutReboot"]), "0");

@@ -32,13 +32,6 @@ std::string readFile(std::string const& path) {
   return text.str();
 }
 
-void makeFolders(std::string const& path) {
-  for (std::size_t slash = 1; slash != std::string::npos;) {
-    slash = path.find('/', slash + 1);
-    mkdir(path.substr(0, slash).c_str(), 0755);
-  }
-}
-
 // The serving loop of one scripted daemon (runs in its own process).
 class ScriptedDaemon : public orvo::ipc::BusServer {
  public:
@@ -93,25 +86,6 @@ class ScriptedDaemon : public orvo::ipc::BusServer {
   std::vector<Pending> pending_;
 };
 
-// An unnamed scratch file inside the root (never in the machine's /tmp).
-FILE* scratchFile(Root const& root) {
-  std::string pattern = root.file("/sim/scratch-XXXXXX");
-  int fd = mkstemp(&pattern[0]);
-  if (fd < 0) std::abort();
-  unlink(pattern.c_str());
-  return fdopen(fd, "w+");
-}
-
-void splitHttp(Outcome& run) {
-  std::size_t const blank = run.out.find("\r\n\r\n");
-  std::string const head = run.out.substr(0, blank);
-  run.body = blank == std::string::npos ? "" : run.out.substr(blank + 4);
-  std::size_t const status = head.find("Status: ");
-  if (status != std::string::npos) {
-    run.status = head.substr(status + 8, head.find("\r\n", status) - status - 8);
-  }
-}
-
 }  // namespace
 
 Variant parse(std::string const& json) {
@@ -138,33 +112,11 @@ std::string defaultSystemCfg() {
 }
 
 Root::Root() {
-  std::string base = std::string(ORVO_BINARY_DIR) + "/tmp";
-  mkdir(base.c_str(), 0755);
-  std::string pattern = base + "/status-unit-XXXXXX";
-  if (mkdtemp(&pattern[0]) == nullptr) std::abort();
-  path_ = pattern;
-  for (char const* sub : {"/tmp", "/var/log", "/run/lock/orvo", "/run/orvo", "/etc/orvo", "/bin",
-                          "/sim"}) {
-    makeFolders(path_ + sub);
-  }
   writeCameraInfo(defaultCameraInfo());
   write("/etc/orvo/system.cfg", defaultSystemCfg());
   std::string const tool = std::string(ORVO_BINARY_DIR) + "/sim/orvo_system_cfg";
   if (symlink(tool.c_str(), file("/bin/orvo_system_cfg").c_str()) != 0) std::perror("symlink");
 }
-
-Root::~Root() {
-  std::string command = "rm -rf '" + path_ + "'";
-  if (std::system(command.c_str()) != 0) std::perror("rm");
-}
-
-void Root::write(std::string const& devicePath, std::string const& content) const {
-  std::string const path = file(devicePath);
-  makeFolders(path.substr(0, path.rfind('/')));
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-}
-
-std::string Root::read(std::string const& devicePath) const { return readFile(file(devicePath)); }
 
 void Root::writeCameraInfo(Variant const& info) const {
   std::string text;
@@ -208,75 +160,32 @@ std::vector<Variant> Daemon::received() const {
   return out;
 }
 
-Outcome runHandler(Root const& root, Handler handler, std::string const& method,
-               std::string const& version, std::string const& body) {
-  Outcome run;
-  FILE* in = scratchFile(root);
-  FILE* out = scratchFile(root);
-  fwrite(body.data(), 1, body.size(), in);
-  fflush(in);
-  fflush(stdout);
-  pid_t child = fork();
-  if (child == 0) {
-    clearenv();
-    setenv("REQUEST_METHOD", method.c_str(), 1);
-    setenv("CONTENT_TYPE", "application/json", 1);
-    setenv("CONTENT_LENGTH", std::to_string(body.size()).c_str(), 1);
-    setenv("REMOTE_ADDR", "192.0.2.7", 1);
-    setenv("ORVO_ROOT", root.path().c_str(), 1);
-    setenv("PATH", "/usr/bin:/bin", 1);
-    lseek(fileno(in), 0, SEEK_SET);
-    dup2(fileno(in), 0);
-    dup2(fileno(out), 1);
-    int result;
-    {
-      orvo::cgi::CGIRequest request;
-      orvo::cgi::CGIResponse response(request, "application/json");
-      response.SetHttpHeader("Status", "500");  // the dispatcher's preset
-      result = handler == Handler::kStatus
-                   ? rest_status_main(request, response, version, "status", "")
-                   : rest_settings_main(request, response, version, "settings", "");
-    }
-    fflush(stdout);
-    _exit(result & 0xff);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  run.exited = WIFEXITED(status);
-  run.result = run.exited ? static_cast<signed char>(WEXITSTATUS(status)) : 0;
-  run.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  run.out = readFile("/dev/fd/" + std::to_string(fileno(out)));
-  fclose(in);
-  fclose(out);
-  std::istringstream lines(root.read("/var/log/messages"));
-  for (std::string line; std::getline(lines, line);) run.log.push_back(line);
-  splitHttp(run);
-  return run;
+CgiResult runHandler(Root const& root, Handler handler, std::string const& method,
+                     std::string const& version, std::string const& body) {
+  orvo::test::Environment const env = {{"REQUEST_METHOD", method},
+                                       {"CONTENT_TYPE", "application/json"},
+                                       {"CONTENT_LENGTH", std::to_string(body.size())},
+                                       {"REMOTE_ADDR", "192.0.2.7"},
+                                       {"PATH", "/usr/bin:/bin"}};
+  return orvo::test::runCgi(root, env, body, orvo::test::CgiProgram::inProcess([=] {
+    orvo::cgi::CGIRequest request;
+    orvo::cgi::CGIResponse response(request, "application/json");
+    response.SetHttpHeader("Status", "500");  // the dispatcher's preset
+    return handler == Handler::kStatus
+               ? rest_status_main(request, response, version, "status", "")
+               : rest_settings_main(request, response, version, "settings", "");
+  }));
 }
 
-std::vector<std::string> logged(Outcome const& run, std::string const& text) {
+std::vector<std::string> logged(CgiResult const& run, std::string const& text) {
   std::vector<std::string> found;
-  for (std::string const& line : run.log) {
-    // "<time> <identity>[pid]: <level> <tag>: <file>:<function>:<line>: <text>"
-    std::size_t const open = line.find("]: <");
-    if (open == std::string::npos) continue;
-    std::size_t const close = line.find("> ", open);
-    std::string const level = line.substr(open + 4, close - open - 4);
-    std::size_t const tagEnd = line.find(": ", close);
-    std::size_t const fileEnd = line.find(':', tagEnd + 2);
-    std::size_t const functionEnd = line.find(':', fileEnd + 1);
-    std::size_t const lineEnd = line.find(": ", functionEnd + 1);
-    if (tagEnd == std::string::npos || fileEnd == std::string::npos ||
-        functionEnd == std::string::npos || lineEnd == std::string::npos) {
-      continue;
-    }
-    if (line.substr(lineEnd + 2) != text) continue;
-    found.push_back(level + " " + line.substr(fileEnd + 1, functionEnd - fileEnd - 1));
+  for (auto const& record : orvo::test::withText(run.log, text)) {
+    found.push_back(record.level + " " + record.function);
   }
   return found;
 }
 
-bool loggedText(Outcome const& run, std::string const& text) { return !logged(run, text).empty(); }
+bool loggedText(CgiResult const& run, std::string const& text) { return !logged(run, text).empty(); }
 
 std::string json(orvo::variant::Variant const& value) {
   std::string text;

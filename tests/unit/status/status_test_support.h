@@ -10,8 +10,12 @@
 #include <vector>
 
 #include "orvo/variant/variant.h"
+#include "support/camera_root.h"
+#include "support/cgi_run.h"
 
 namespace statustest {
+
+using orvo::test::CgiResult;
 
 // The description `camsim init` writes, as a Variant the test may change
 // before the root is made.
@@ -19,24 +23,14 @@ orvo::variant::Variant defaultCameraInfo();
 // The default system configuration text.
 std::string defaultSystemCfg();
 
-// A fresh camera root under <build>/tmp; removed with its content.
-class Root {
+// A fresh camera root holding the default description, the default system
+// configuration and the configuration writer of this build.
+class Root : public orvo::test::CameraRoot {
  public:
   Root();
-  ~Root();
-  Root(Root const&) = delete;
-  Root& operator=(Root const&) = delete;
-
-  std::string const& path() const { return path_; }
-  std::string file(std::string const& devicePath) const { return path_ + devicePath; }
-  void write(std::string const& devicePath, std::string const& content) const;
-  std::string read(std::string const& devicePath) const;
   void writeCameraInfo(orvo::variant::Variant const& info) const;
   // A private /proc for the statistics (the files the library reads).
   void writeProc(std::string const& netDev) const;
-
- private:
-  std::string path_;
 };
 
 // How a scripted daemon answers one function.
@@ -62,28 +56,18 @@ class Daemon {
   pid_t pid_ = -1;
 };
 
-struct Outcome {
-  std::string out;                 // standard output, exact bytes
-  bool exited = false;
-  int result = 0;                  // the handler's value (as an exit status)
-  int signal = 0;                  // the terminating signal, when not exited
-  std::vector<std::string> log;    // the camera log's lines
-  std::string status;              // the Status header, "" when none
-  std::string body;                // after the blank line
-};
-
 enum class Handler { kStatus, kSettings };
 
-// Runs the handler in a child with REQUEST_METHOD `method`, REMOTE_ADDR
-// 192.0.2.7, CONTENT_TYPE application/json, `body` on standard input and
-// ORVO_ROOT set to the root; `version` is the API version argument.
-Outcome runHandler(Root const& root, Handler handler, std::string const& method,
+// Runs the handler as a CGI process (support/cgi_run.h) with REQUEST_METHOD
+// `method`, REMOTE_ADDR 192.0.2.7, CONTENT_TYPE application/json and `body`
+// on standard input; `version` is the API version argument.
+CgiResult runHandler(Root const& root, Handler handler, std::string const& method,
                std::string const& version = "1.2", std::string const& body = "");
 
-// Lines of the run's log whose text (after the source location) is `text`,
-// as "<level> <function>" pairs, e.g. "err handle_put".
-std::vector<std::string> logged(Outcome const& run, std::string const& text);
-bool loggedText(Outcome const& run, std::string const& text);
+// The run's records whose text is exactly `text`, as "<level> <function>"
+// pairs, e.g. "err handle_put".
+std::vector<std::string> logged(CgiResult const& run, std::string const& text);
+bool loggedText(CgiResult const& run, std::string const& text);
 
 orvo::variant::Variant parse(std::string const& json);
 

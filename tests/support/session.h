@@ -1,32 +1,23 @@
-// What the access tests share: calling rest.cgi as a browser or controller
-// would (JSON POST with an address and a cookie), reading its CGI answer,
-// the session database, the failed-login records and the camera's clock,
-// and a stand-in A/V client that answers whether the camera is adopted.
+// Logging in and what it leaves: requests as a browser or a controller sends
+// them (JSON POST with an address and a cookie), the session database, the
+// failed-login records, and a stand-in A/V client that says whether the
+// camera is adopted.
 #pragma once
 
 #include <sys/types.h>
 #include <utmp.h>
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "harness/camera.h"
+#include "support/camera.h"
+#include "support/cgi_run.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
-struct CgiAnswer {
-  int exitCode = -1;
-  std::string status;                         // the "Status" header, "" when none
-  std::map<std::string, std::string> headers;  // by name
-  std::string body;
-};
-
-// Splits rest.cgi's output into headers and body (CR LF lines, blank line).
-CgiAnswer parseCgiAnswer(ProcessResult const& result);
-
+// One request to rest.cgi as a web server passes it on.
 struct CgiCall {
   std::string method = "POST";
   std::string id;                    // the request string after "id="
@@ -35,17 +26,20 @@ struct CgiCall {
   std::string cookie;                // HTTP_COOKIE when not empty
 };
 
-CgiAnswer callCgi(CameraRoot const& root, CgiCall const& call);
-// A password login through the open login endpoint.
-CgiAnswer login(CameraRoot const& root, std::string const& body,
+CgiResult callCgi(CameraRoot const& root, CgiCall const& call);
+// A login through the open login endpoint.
+CgiResult login(CameraRoot const& root, std::string const& body,
                 std::string const& version = "0.1", std::string const& addr = "10.1.2.3");
 std::string credentials(std::string const& user, std::string const& password);
 
 // The identifier of an "authId=<id>; ..." cookie, or "".
 std::string cookieId(std::string const& setCookie);
+// The identifier of a CGI answer's Set-Cookie header, or "".
+std::string cookieId(CgiResult const& answer);
 
-// The database file's text, "" when absent.
-std::string readFileText(std::string const& path);
+// Logs in as admin/admin through the web server and returns the session's
+// "Cookie: authId=..." header.
+std::string sessionCookie(SimulatedCamera const& camera);
 
 // The session database as JSON: id -> (remote-addr, max-age). Fails the
 // test when the file does not parse as an object of such records.
@@ -53,21 +47,13 @@ struct SessionRecord {
   std::string remoteAddr;
   unsigned long long maxAge = 0;
 };
+constexpr char kSessionDatabase[] = "/tmp/.rest_0_1.db";
 std::map<std::string, SessionRecord> readSessions(CameraRoot const& root);
 
 // The failed-login records, read straight from the file.
+constexpr char kFailedLogins[] = "/var/log/btmp";
 std::vector<struct utmp> readBtmp(CameraRoot const& root);
 std::string utmpText(char const* field, std::size_t size);
-
-// `camsim clock --root ROOT <step>` ("+301", "reset").
-void moveClock(CameraRoot const& root, std::string const& step);
-// `camsim token --root ROOT <value>`.
-void setToken(CameraRoot const& root, std::string const& token);
-
-// Every log summary ("<identity> <level> <tag>: <file>:<function>: <text>").
-std::vector<std::string> summaries(CameraRoot const& root);
-bool hasLine(CameraRoot const& root, std::string const& summary);
-std::size_t countLines(CameraRoot const& root, std::string const& textPart);
 
 // Serves "orvo_avclient" for the camera root in a child process, answering
 // every request with {"adopted": <adopted>}; stopped when destroyed.
@@ -82,5 +68,5 @@ class FakeAvclient {
   pid_t pid_ = -1;
 };
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -1,23 +1,30 @@
-// Runs a program as a child process with exactly the arguments, environment
-// and standard input the caller gives, and collects its exit status and
-// output, with a time limit.
+// Runs a program, or a function of the test program, as a child process
+// with exactly the arguments, environment and standard input the caller
+// gives, and collects its exit status and output, with a time limit.
 #pragma once
 
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
 struct ProcessSpec {
   std::string program;            // path executed (no PATH search)
   std::vector<std::string> argv;  // argv[0] included; may differ from program
   std::vector<std::string> env;   // "NAME=value" entries, nothing inherited
   std::string input;              // written to standard input, then closed
-  std::chrono::milliseconds limit{10000};  // leave out for the default
+  // A safety net for a process that hangs, generous enough for a machine
+  // busy with parallel builds; leave out for the default.
+  std::chrono::milliseconds limit{60000};
+  // When set, the forked child runs this instead of executing `program`
+  // (argv is then unused) and exits with its value; `env` replaces the
+  // child's environment all the same.
+  std::function<int()> entry;
 };
 
 struct ProcessResult {
@@ -36,8 +43,13 @@ ProcessResult runProcess(ProcessSpec const& process);
 // the default limit.
 ProcessResult runCommand(std::vector<std::string> const& argv, std::vector<std::string> const& env);
 
+// Calls `code` in a forked child with ORVO_ROOT set to `root` (unset when
+// empty), so that what the code maps and caches stays out of the test
+// process; the child's exit status (its value), or 128 + the signal.
+int runInChild(std::string const& root, std::function<int()> const& code);
+
 // The test process's own environment as "NAME=value" entries.
 std::vector<std::string> inheritedEnvironment();
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

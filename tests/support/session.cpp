@@ -1,44 +1,22 @@
-#include "access_support.h"
+#include "support/session.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstring>
-#include <fstream>
-#include <sstream>
-#include <thread>
+#include <stdexcept>
 
-#include "harness/http.h"
 #include "orvo/ipc/bus_server.h"
 #include "orvo/variant/variant.h"
+#include "messages/daemons.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
-CgiAnswer parseCgiAnswer(ProcessResult const& result) {
-  CgiAnswer answer;
-  answer.exitCode = result.exited ? result.exitCode : -1;
-  std::string const& out = result.out;
-  std::size_t end = out.find("\r\n\r\n");
-  if (end == std::string::npos) return answer;
-  std::istringstream head(out.substr(0, end + 2));
-  for (std::string line; std::getline(head, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    std::size_t colon = line.find(": ");
-    if (colon == std::string::npos) continue;
-    answer.headers[line.substr(0, colon)] = line.substr(colon + 2);
-  }
-  answer.status = answer.headers.count("Status") ? answer.headers["Status"] : "";
-  answer.body = out.substr(end + 4);
-  return answer;
-}
-
-CgiAnswer callCgi(CameraRoot const& root, CgiCall const& call) {
+CgiResult callCgi(CameraRoot const& root, CgiCall const& call) {
   Environment env{{"REQUEST_METHOD", call.method},
                   {"QUERY_STRING", "id=" + call.id},
                   {"REMOTE_ADDR", call.remoteAddr}};
@@ -47,12 +25,10 @@ CgiAnswer callCgi(CameraRoot const& root, CgiCall const& call) {
     env["CONTENT_LENGTH"] = std::to_string(call.body.size());
   }
   if (!call.cookie.empty()) env["HTTP_COOKIE"] = call.cookie;
-  CgiOptions options;
-  options.limit = std::chrono::seconds(20);
-  return parseCgiAnswer(runCgi(root, env, call.body, options));
+  return runCgi(root, env, call.body);
 }
 
-CgiAnswer login(CameraRoot const& root, std::string const& body, std::string const& version,
+CgiResult login(CameraRoot const& root, std::string const& body, std::string const& version,
                 std::string const& addr) {
   return callCgi(root, {"POST", version + "/login", body, addr, ""});
 }
@@ -68,16 +44,21 @@ std::string cookieId(std::string const& setCookie) {
   return setCookie.substr(prefix.size(), end == std::string::npos ? end : end - prefix.size());
 }
 
-std::string readFileText(std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+std::string cookieId(CgiResult const& answer) {
+  return cookieId(answer.header("Set-Cookie").value_or(""));
+}
+
+std::string sessionCookie(SimulatedCamera const& camera) {
+  HttpResponse answer = camera.request({"POST", "/api/1.2/login",
+                                        {"Content-Type: application/json"},
+                                        credentials("admin", "admin")});
+  EXPECT_EQ(answer.status, 200) << answer.body;
+  return "Cookie: authId=" + cookieId(answer.header("Set-Cookie").value_or(""));
 }
 
 std::map<std::string, SessionRecord> readSessions(CameraRoot const& root) {
   std::map<std::string, SessionRecord> sessions;
-  std::string text = readFileText(root.file("/tmp/.rest_0_1.db"));
+  std::string text = root.read(kSessionDatabase);
   orvo::variant::Variant db;
   EXPECT_TRUE(db.FromJSON(text)) << "database does not parse: " << text;
   EXPECT_EQ(db.Type(), orvo::variant::VT_OBJECT) << text;
@@ -94,7 +75,7 @@ std::map<std::string, SessionRecord> readSessions(CameraRoot const& root) {
 }
 
 std::vector<struct utmp> readBtmp(CameraRoot const& root) {
-  std::string text = readFileText(root.file("/var/log/btmp"));
+  std::string text = root.read(kFailedLogins);
   EXPECT_EQ(text.size() % sizeof(struct utmp), 0u) << "btmp holds a partial record";
   std::vector<struct utmp> records(text.size() / sizeof(struct utmp));
   if (!records.empty()) std::memcpy(records.data(), text.data(), records.size() * sizeof(utmp));
@@ -107,36 +88,9 @@ std::string utmpText(char const* field, std::size_t size) {
 
 namespace {
 
-void camsim(CameraRoot const& root, std::string const& command, std::string const& argument) {
-  ProcessResult result = runCamsim(command, root.path(), {argument});
-  ASSERT_TRUE(result.exited && result.exitCode == 0) << command << " failed: " << result.err;
-}
-
-}  // namespace
-
-void moveClock(CameraRoot const& root, std::string const& step) { camsim(root, "clock", step); }
-void setToken(CameraRoot const& root, std::string const& token) { camsim(root, "token", token); }
-
-std::vector<std::string> summaries(CameraRoot const& root) { return logSummaries(root); }
-
-bool hasLine(CameraRoot const& root, std::string const& summary) {
-  for (auto const& line : logSummaries(root)) {
-    if (line == summary) return true;
-  }
-  return false;
-}
-
-std::size_t countLines(CameraRoot const& root, std::string const& textPart) {
-  std::size_t count = 0;
-  for (auto const& line : logLines(root)) count += line.find(textPart) != std::string::npos;
-  return count;
-}
-
-namespace {
-
 class AdoptionAnswer : public orvo::ipc::BusServer {
  public:
-  AdoptionAnswer(bool adopted) : BusServer("orvo_avclient"), adopted_(adopted) {}
+  explicit AdoptionAnswer(bool adopted) : BusServer(orvo::daemons::kAvclient), adopted_(adopted) {}
   void HandleRequest(orvo::ipc::messages::BaseRequestMessage& request, bool& accept) override {
     accept = true;
     orvo::variant::Variant answer;
@@ -182,5 +136,5 @@ FakeAvclient::~FakeAvclient() {
   }
 }
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -1,6 +1,5 @@
-// The simulated camera behind lighttpd (`camsim up` on a free port, `camsim
-// down` afterwards) and an HTTP client that runs curl and keeps the answer's
-// status line, headers and body exactly as they came.
+// An HTTP client that runs curl and keeps the answer's status line, headers
+// and body exactly as they came.
 #pragma once
 
 #include <optional>
@@ -8,10 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "harness/camera.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
 struct HttpResponse {
   std::string statusLine;  // e.g. "HTTP/1.1 200 OK"
@@ -40,35 +38,8 @@ struct HttpRequest {
 HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
                          std::string const& sourceAddress = "");
 
-// A running simulated camera with its own root and port.
-class SimulatedCamera {
- public:
-  SimulatedCamera();
-  ~SimulatedCamera();
-  SimulatedCamera(SimulatedCamera const&) = delete;
-  SimulatedCamera& operator=(SimulatedCamera const&) = delete;
-
-  CameraRoot const& root() const { return root_; }
-  int port() const { return port_; }
-  std::string const& baseUrl() const { return baseUrl_; }
-  HttpResponse request(HttpRequest const& request) const { return httpRequest(baseUrl_, request); }
-  HttpResponse requestFrom(std::string const& sourceAddress, HttpRequest const& request) const {
-    return httpRequest(baseUrl_, request, sourceAddress);
-  }
-  HttpResponse get(std::string const& target) const { return request({"GET", target, {}, {}}); }
-
- private:
-  CameraRoot root_;
-  int port_ = 0;
-  std::string baseUrl_;
-};
-
-// Runs `camsim <command> --root <root> <arguments...>`.
-ProcessResult runCamsim(std::string const& command, std::string const& root,
-                        std::vector<std::string> const& arguments = {});
-
 // A TCP port on 127.0.0.1 that was free a moment ago.
 int freePort();
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

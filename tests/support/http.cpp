@@ -1,4 +1,6 @@
-#include "harness/http.h"
+#include "support/http.h"
+
+#include "support/process.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -10,12 +12,10 @@
 #include <stdexcept>
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
 namespace {
 
-// Another test may take the port between freePort() and lighttpd's bind.
-constexpr int kStartAttempts = 5;
 constexpr char kCurlLimitSeconds[] = "10";
 constexpr char kHeaderEnd[] = "\r\n\r\n";
 
@@ -89,17 +89,6 @@ HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
   return response.value_or(HttpResponse{});
 }
 
-ProcessResult runCamsim(std::string const& command, std::string const& root,
-                        std::vector<std::string> const& arguments) {
-  ProcessSpec process;
-  process.program = camsimPath();
-  process.argv = {camsimPath(), command, "--root", root};
-  process.argv.insert(process.argv.end(), arguments.begin(), arguments.end());
-  process.env = camsimEnvironment();
-  process.limit = std::chrono::seconds(30);
-  return runProcess(process);
-}
-
 int freePort() {
   int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) throw std::runtime_error("socket failed");
@@ -114,22 +103,5 @@ int freePort() {
   return ntohs(address.sin_port);
 }
 
-SimulatedCamera::SimulatedCamera() {
-  std::string errors;
-  for (int attempt = 0; attempt < kStartAttempts; ++attempt) {
-    port_ = freePort();
-    ProcessResult up = runCamsim("up", root_.path(),
-                                 {"--port", std::to_string(port_), "--cgi", restCgiPath()});
-    if (up.exited && up.exitCode == 0) {
-      baseUrl_ = "http://127.0.0.1:" + std::to_string(port_);
-      return;
-    }
-    errors += up.err;
-  }
-  throw std::runtime_error("camsim up failed: " + errors);
-}
-
-SimulatedCamera::~SimulatedCamera() { runCamsim("down", root_.path()); }
-
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -1,4 +1,4 @@
-#include "harness/process.h"
+#include "support/process.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -7,12 +7,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 extern char** environ;
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
 namespace {
 
@@ -52,6 +54,19 @@ std::vector<char*> pointers(std::vector<std::string> const& strings) {
                        fcntl(err.write, F_DUPFD_CLOEXEC, 3)};
   for (int target = 0; target < 3; ++target) dup2(ends[target], target);
   signal(SIGPIPE, SIG_DFL);
+  if (process.entry) {
+    // Nothing is executed, so the close-on-exec ends must go by hand: an
+    // input pipe still open for writing here would never end.
+    for (int fd : {ends[0], ends[1], ends[2], in.read, in.write, out.read, out.write, err.read,
+                   err.write}) {
+      if (fd > 2) close(fd);
+    }
+    clearenv();
+    for (auto const& entry : process.env) putenv(const_cast<char*>(entry.c_str()));
+    int const result = process.entry();
+    fflush(stdout);
+    _exit(result & 0xff);
+  }
   auto argv = pointers(process.argv);
   auto env = pointers(process.env);
   execve(process.program.c_str(), argv.data(), env.data());
@@ -96,6 +111,9 @@ ProcessResult runProcess(ProcessSpec const& process) {
   signal(SIGPIPE, SIG_IGN);
   Pipe in = makePipe(), out = makePipe(), err = makePipe();
   ProcessResult result;
+  // What the test printed must not be printed again by a forked child.
+  fflush(stdout);
+  fflush(stderr);
   result.pid = fork();
   if (result.pid < 0) throw std::runtime_error("fork failed");
   if (result.pid == 0) execChild(process, in, out, err);
@@ -137,6 +155,24 @@ ProcessResult runProcess(ProcessSpec const& process) {
   return result;
 }
 
+int runInChild(std::string const& root, std::function<int()> const& code) {
+  fflush(stdout);
+  fflush(stderr);
+  pid_t child = fork();
+  if (child < 0) throw std::runtime_error("fork failed");
+  if (child == 0) {
+    if (root.empty()) {
+      unsetenv("ORVO_ROOT");
+    } else {
+      setenv("ORVO_ROOT", root.c_str(), 1);
+    }
+    _exit(code() & 0xff);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 ProcessResult runCommand(std::vector<std::string> const& argv, std::vector<std::string> const& env) {
   ProcessSpec process;
   process.program = argv.at(0);
@@ -145,5 +181,5 @@ ProcessResult runCommand(std::vector<std::string> const& argv, std::vector<std::
   return runProcess(process);
 }
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

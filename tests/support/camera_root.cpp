@@ -1,0 +1,153 @@
+#include "support/camera_root.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include "support/process.h"
+
+namespace orvo {
+namespace test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The device's folders, as `camsim init` makes them.
+constexpr char const* kDeviceFolders[] = {
+    "/bin", "/sbin", "/etc", "/etc/orvo", "/tmp", "/dev", "/var/log", "/var/run", "/run",
+    "/run/lock", "/run/lock/orvo", "/run/orvo", "/www/cgi-bin", "/sim", "/sim/lighttpd"};
+
+std::string readWhole(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void runCamsimInit(std::string const& path) {
+  ProcessResult init = runCommand({camsimPath(), "init", "--root", path}, camsimEnvironment());
+  if (!init.exited || init.exitCode != 0) {
+    throw std::runtime_error("camsim init failed (exit " + std::to_string(init.exitCode) +
+                             ", signal " + std::to_string(init.signal) + "): " + init.err);
+  }
+}
+
+}  // namespace
+
+std::string restCgiPath() { return ORVO_REST_CGI; }
+std::string camsimPath() { return sourceFolder() + "/camsim"; }
+std::string scratchFolder() { return buildFolder() + "/tmp"; }
+std::string buildFolder() { return ORVO_BINARY_DIR; }
+std::string sourceFolder() { return ORVO_SOURCE_DIR; }
+
+std::vector<std::string> camsimEnvironment() {
+  std::vector<std::string> env;
+  for (auto const& entry : inheritedEnvironment()) {
+    if (entry.rfind("ORVO_", 0) != 0) env.push_back(entry);
+  }
+  env.push_back("ORVO_BUILD_DIR=" + buildFolder());
+  return env;
+}
+
+CameraRoot::CameraRoot(Layout layout) : owner_(getpid()) {
+  fs::create_directories(scratchFolder());
+  std::string pattern = scratchFolder() + "/root-XXXXXX";
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed in " + scratchFolder());
+  path_ = pattern;
+  if (layout == Layout::kCamsim) {
+    runCamsimInit(path_);
+  } else {
+    for (char const* folder : kDeviceFolders) fs::create_directories(path_ + folder);
+  }
+}
+
+CameraRoot::~CameraRoot() {
+  if (getpid() != owner_) return;
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+std::string CameraRoot::file(std::string const& deviceAbsolutePath) const {
+  return path_ + deviceAbsolutePath;
+}
+
+std::string CameraRoot::read(std::string const& deviceAbsolutePath) const {
+  return readWhole(file(deviceAbsolutePath));
+}
+
+bool CameraRoot::exists(std::string const& deviceAbsolutePath) const {
+  std::error_code ignored;
+  return fs::exists(fs::symlink_status(file(deviceAbsolutePath), ignored));
+}
+
+void CameraRoot::write(std::string const& deviceAbsolutePath, std::string const& content) const {
+  fs::path const path = file(deviceAbsolutePath);
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
+
+void CameraRoot::remove(std::string const& deviceAbsolutePath) const {
+  std::error_code ignored;
+  fs::remove(file(deviceAbsolutePath), ignored);
+}
+
+CameraRoot const& processRoot(CameraRoot::Layout layout) {
+  static std::unique_ptr<CameraRoot> const root = [layout] {
+    auto made = std::make_unique<CameraRoot>(layout);
+    setenv("ORVO_ROOT", made->path().c_str(), 1);
+    return made;
+  }();
+  return *root;
+}
+
+RootSnapshot::RootSnapshot(CameraRoot const& root, std::vector<std::string> paths)
+    : root_(root), paths_(std::move(paths)), files_(scan()) {}
+
+std::map<std::string, std::string> RootSnapshot::scan() const {
+  std::map<std::string, std::string> files;
+  std::error_code ignored;
+  for (auto const& devicePath : paths_) {
+    fs::path const top = root_.file(devicePath);
+    if (fs::is_regular_file(fs::symlink_status(top, ignored))) {
+      files[devicePath] = root_.read(devicePath);
+      continue;
+    }
+    if (!fs::is_directory(top, ignored)) continue;
+    for (auto it = fs::recursive_directory_iterator(top, ignored);
+         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
+      if (!it->is_regular_file(ignored) || it->is_symlink(ignored)) continue;
+      std::string const inRoot = it->path().string().substr(root_.path().size());
+      files[inRoot] = root_.read(inRoot);
+    }
+  }
+  return files;
+}
+
+void RootSnapshot::restore() const {
+  for (auto const& [devicePath, content] : scan()) {
+    auto const kept = files_.find(devicePath);
+    if (kept == files_.end()) {
+      root_.remove(devicePath);
+    } else if (kept->second != content) {
+      root_.write(devicePath, kept->second);
+    }
+  }
+  for (auto const& [devicePath, content] : files_) {
+    if (!root_.exists(devicePath)) root_.write(devicePath, content);
+  }
+}
+
+std::vector<std::string> const& cameraStatePaths() {
+  static std::vector<std::string> const paths = {"/etc",      "/tmp",    "/var/log/btmp",
+                                                 "/sim/state", "/sim/ctl", "/sim/clock"};
+  return paths;
+}
+
+}  // namespace test
+}  // namespace orvo
