@@ -32,6 +32,11 @@ sim_program() {  # <name>
     echo "$(dirname -- "$(dirname -- "$cgi")")/sim/$1"
     return 0
   fi
+  # The programs the running camera was started with (see record_sim_programs).
+  if [ -n "$CAMSIM_ROOT" ] && [ -x "$(sim_programs_link)/$1" ]; then
+    echo "$(sim_programs_link)/$1"
+    return 0
+  fi
   local build=${ORVO_BUILD_DIR:-build}
   [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
   if [ ! -x "$build/sim/$1" ]; then
@@ -41,6 +46,17 @@ sim_program() {  # <name>
     cmake --build "$build" --target "$1" -j 2 >&2 || die "building $1 failed"
   fi
   echo "$build/sim/$1"
+}
+
+# `up` records where the simulator's programs came from, so that what runs
+# later without the caller's environment (a restart the camera asks for)
+# uses the same ones.
+sim_programs_link() { echo "$CAMSIM_ROOT/sim/programs"; }
+record_sim_programs() {
+  rm -f -- "$(sim_programs_link)"
+  local simd
+  simd=$(sim_program orvo_simd)
+  ln -sfn -- "$(dirname -- "$(realpath -- "$simd")")" "$(sim_programs_link)"
 }
 
 daemon_dir() { echo "$CAMSIM_ROOT/sim/daemons"; }
@@ -54,7 +70,8 @@ running_daemon_pid() {  # <name>
   [ -s "$pid_file" ] || return 1
   pid=$(<"$pid_file")
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = orvo_simd ] || return 1
+  local comm
+  { read -r comm <"/proc/$pid/comm"; } 2>/dev/null && [ "$comm" = orvo_simd ] || return 1
   process_alive "$pid" || return 1
   echo "$pid"
 }
@@ -69,9 +86,10 @@ start_daemon() {  # <name>
   [ -x "$simd" ] || die "$simd is not an executable"
   mkdir -p -- "$(daemon_dir)"
   rm -f -- "$(daemon_socket "$name")"
-  # Its own output goes to a log file: callers reading ours must not wait on it.
+  # Its own output goes to a log file: callers reading ours must not wait on
+  # it. It must not keep a restart's lock (descriptor 9) either.
   ORVO_ROOT=$CAMSIM_ROOT "$simd" serve "$name" \
-    </dev/null >>"$(daemon_dir)/$name.log" 2>&1 &
+    </dev/null >>"$(daemon_dir)/$name.log" 2>&1 9>&- &
   pid=$!
   echo "$pid" >"$(daemon_pid_file "$name")"
   local tries=$((DAEMON_START_WAIT_SECONDS * 20))
@@ -104,7 +122,11 @@ start_daemons() {
 }
 
 stop_daemons() {
-  local daemon
+  local daemon pid
+  # All are told at once, then each is waited for: they stop in parallel.
+  for daemon in "${SIM_DAEMONS[@]}"; do
+    if pid=$(running_daemon_pid "$daemon"); then kill -TERM "$pid" 2>/dev/null || true; fi
+  done
   for daemon in "${SIM_DAEMONS[@]}"; do
     stop_daemon "$daemon"
   done

@@ -81,7 +81,8 @@ running_lighttpd_pid() {
 # parent never reaps it stays a zombie: that counts as gone.
 process_alive() {  # <pid>
   local stat
-  stat=$(cat "/proc/$1/stat" 2>/dev/null) || return 1
+  # read, not $(cat ...): no process is started for the check.
+  { read -r stat <"/proc/$1/stat"; } 2>/dev/null || return 1
   stat=${stat##*) }
   [ "${stat%% *}" != Z ]
 }

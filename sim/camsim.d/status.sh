@@ -17,4 +17,5 @@ cmd_status() {
     echo "lighttpd: not running"
   fi
   status_daemons
+  status_reboots
 }
