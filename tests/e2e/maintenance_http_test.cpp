@@ -23,6 +23,8 @@ class MaintenanceHttp : public ::testing::Test {
   HttpResponse call(std::string const& method, std::string const& endpoint,
                     std::optional<std::string> body = std::nullopt) {
     std::vector<std::string> headers{cookie_};
+    // lighttpd wants a length on every POST and PUT: an empty body then.
+    if (!body && (method == "POST" || method == "PUT")) body = "";
     if (body) headers.push_back("Content-Type: application/json");
     return camera_.request({method, "/api/1.2/" + endpoint, headers, body});
   }
@@ -149,10 +151,35 @@ TEST_F(MaintenanceHttp, ResetRestoresTheFactoryCameraAndRestarts) {
   EXPECT_EQ(text(settings, "device/firstTimeUse"), "true");
 }
 
-TEST_F(MaintenanceHttp, ResetOnlyByGet) {
-  HttpResponse answer = call("POST", "reset", "{}");
-  EXPECT_EQ(answer.status, 500);
-  EXPECT_EQ(answer.body, "");
+// DELETE is above; every other method is checked directly (each restarts).
+TEST_F(MaintenanceHttp, RebootAnswers200ToEveryMethod) {
+  for (char const* method : {"PUT", "POST"}) {
+    HttpResponse answer = call(method, "reboot");
+    EXPECT_EQ(answer.status, 200) << method;
+    EXPECT_EQ(answer.body, "") << method;
+  }
+}
+
+// Wrong methods, a control server that cannot take the reset and a network
+// daemon that breaks the scan: each 500 with an empty body, and no restart.
+TEST_F(MaintenanceHttp, RefusalsAnswer500) {
+  for (auto const& [method, endpoint] : std::vector<std::pair<char const*, char const*>>{
+           {"POST", "reset"}, {"PUT", "reset_image"}, {"DELETE", "ap"}}) {
+    HttpResponse answer = call(method, endpoint);
+    EXPECT_EQ(answer.status, 500) << method << " " << endpoint;
+    EXPECT_EQ(answer.body, "") << method << " " << endpoint;
+  }
+  control(camera_, {"orvo_ctlserver", "stop"});
+  HttpResponse reset = call("GET", "reset");
+  EXPECT_EQ(reset.status, 500);
+  EXPECT_EQ(countLines(camera_.root(), "Failed to enqueue reset to defaults"), 1u);
+
+  control(camera_, {"orvo_networkd", "stop"});
+  BrokenDaemon network(camera_.root(), "orvo_networkd");
+  HttpResponse scan = call("GET", "ap");
+  EXPECT_EQ(scan.status, 500);
+  EXPECT_EQ(scan.body, "");
+  EXPECT_EQ(countLines(camera_.root(), "Scanning failed"), 1u);
   EXPECT_EQ(rebootCount(camera_), 0);
 }
 

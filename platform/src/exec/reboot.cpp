@@ -27,7 +27,11 @@ constexpr char kLogFile[] = "platform/reboot";
   int const null = open("/dev/null", O_RDWR);
   for (int fd = 0; fd <= 2 && null >= 0; ++fd) dup2(null, fd);
   // Nothing of the caller's (its answer pipe, sockets, locks) stays open.
-  for (int fd = 3, last = static_cast<int>(sysconf(_SC_OPEN_MAX)); fd < last; ++fd) {
+  // close_range is one call however high the descriptor limit is.
+  unsigned const kept = static_cast<unsigned>(report);
+  bool const closed = (kept == 3 || close_range(3, kept - 1, 0) == 0) &&
+                      close_range(kept + 1, ~0U, 0) == 0;
+  for (int fd = 3, last = static_cast<int>(sysconf(_SC_OPEN_MAX)); !closed && fd < last; ++fd) {
     if (fd != report) close(fd);
   }
   if (null >= 0) execve(program, argv, environ);
