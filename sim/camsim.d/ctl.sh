@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false"
+CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS"
 describe_command ctl "$CTL_USAGE" \
-  "test controls of one daemon, in force from its next request (adopted: orvo_avclient only)"
+  "test controls of one daemon, in force from its next request (adopted: orvo_avclient only; scan-duration: orvo_networkd only, default 2000)"
 
 cmd_ctl() {
   take_root "$@"
@@ -18,6 +18,11 @@ cmd_ctl() {
       [ "$daemon" = orvo_avclient ] || die "ctl: adopted is a control of orvo_avclient only"
       [ $# -eq 3 ] && { [ "$3" = true ] || [ "$3" = false ]; } ||
         die "ctl: adopted takes true or false"
+      set_control "$daemon" "$action" "$3" ;;
+    scan-duration)
+      # Only the network daemon scans.
+      [ "$daemon" = orvo_networkd ] || die "ctl: scan-duration is a control of orvo_networkd only"
+      [ $# -eq 3 ] || die "ctl: scan-duration needs a value"
       set_control "$daemon" "$action" "$3" ;;
     latency|silent)
       [ $# -eq 3 ] || die "ctl: $action needs a value"

@@ -20,6 +20,17 @@ is_sim_daemon() {  # <name>
   return 1
 }
 
+# `up` records where the simulator's programs came from, so that what runs
+# later without the caller's environment (a restart the camera asks for)
+# uses the same ones.
+sim_programs_link() { echo "$CAMSIM_ROOT/sim/programs"; }
+record_sim_programs() {
+  rm -f -- "$(sim_programs_link)"
+  local simd
+  simd=$(sim_program orvo_simd)
+  ln -sfn -- "$(dirname -- "$(realpath -- "$simd")")" "$(sim_programs_link)"
+}
+
 daemon_dir() { echo "$CAMSIM_ROOT/sim/daemons"; }
 daemon_pid_file() { echo "$(daemon_dir)/$1.pid"; }
 daemon_socket() { echo "$CAMSIM_ROOT/run/orvo/$1.sock"; }
@@ -31,7 +42,8 @@ running_daemon_pid() {  # <name>
   [ -s "$pid_file" ] || return 1
   pid=$(<"$pid_file")
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = orvo_simd ] || return 1
+  local comm
+  { read -r comm <"/proc/$pid/comm"; } 2>/dev/null && [ "$comm" = orvo_simd ] || return 1
   process_alive "$pid" || return 1
   echo "$pid"
 }
@@ -46,9 +58,10 @@ start_daemon() {  # <name>
   [ -x "$simd" ] || die "$simd is not an executable"
   mkdir -p -- "$(daemon_dir)"
   rm -f -- "$(daemon_socket "$name")"
-  # Its own output goes to a log file: callers reading ours must not wait on it.
+  # Its own output goes to a log file: callers reading ours must not wait on
+  # it. It must not keep a restart's lock (descriptor 9) either.
   ORVO_ROOT=$CAMSIM_ROOT "$simd" serve "$name" \
-    </dev/null >>"$(daemon_dir)/$name.log" 2>&1 &
+    </dev/null >>"$(daemon_dir)/$name.log" 2>&1 9>&- &
   pid=$!
   echo "$pid" >"$(daemon_pid_file "$name")"
   local tries=$((DAEMON_START_WAIT_SECONDS * 20))
@@ -81,7 +94,11 @@ start_daemons() {
 }
 
 stop_daemons() {
-  local daemon
+  local daemon pid
+  # All are told at once, then each is waited for: they stop in parallel.
+  for daemon in "${SIM_DAEMONS[@]}"; do
+    if pid=$(running_daemon_pid "$daemon"); then kill -TERM "$pid" 2>/dev/null || true; fi
+  done
   for daemon in "${SIM_DAEMONS[@]}"; do
     stop_daemon "$daemon"
   done

@@ -74,3 +74,12 @@ vestovideo.uuid=
 resolv.host.1.name=orvo-camera
 CFG
 }
+
+# What a factory reset puts back (sim/daemons/factory_state.h): the files as
+# `init` made them. A file without a copy does not exist on a new camera.
+keep_factory_files() {  # <root>
+  local root=$1 factory="$1/sim/factory"
+  mkdir -p -- "$factory"
+  cp -p -- "$root/etc/orvo/system.cfg" "$factory/system.cfg"
+  cp -p -- "$root/etc/orvo/account" "$factory/account"
+}

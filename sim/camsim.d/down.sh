@@ -9,6 +9,8 @@ cmd_down() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
   [ $# -eq 0 ] || die "down: unknown option '$1'"
+  # A restart under way finishes first; one asked for later finds nothing running.
+  is_camera_root "$CAMSIM_ROOT" && hold_reboot_lock
   local pid
   if pid=$(running_lighttpd_pid); then
     stop_process "$pid" lighttpd "$DOWN_WAIT_SECONDS"

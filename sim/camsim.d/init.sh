@@ -31,5 +31,7 @@ cmd_init() {
   make_camera_folders "$root"
   init_account "$root"
   device_init "$root"
+  link_reboot_tool "$root"
+  keep_factory_files "$root"
   echo "camera root: $root"
 }

@@ -87,7 +87,8 @@ running_lighttpd_pid() {
 # parent never reaps it stays a zombie: that counts as gone.
 process_alive() {  # <pid>
   local stat
-  stat=$(cat "/proc/$1/stat" 2>/dev/null) || return 1
+  # read, not $(cat ...): no process is started for the check.
+  { read -r stat <"/proc/$1/stat"; } 2>/dev/null || return 1
   stat=${stat##*) }
   [ "${stat%% *}" != Z ]
 }
@@ -139,8 +140,8 @@ build_target() {  # <target>
 }
 
 # Path of a simulator program: $ORVO_SIM_BIN/<name> when set; else beside the
-# rest.cgi that `up` serves; else in the build folder, built there when
-# missing and building is allowed.
+# rest.cgi that `up` serves; else those the running camera was started with;
+# else in the build folder, built there when missing and building is allowed.
 sim_program() {  # <name>
   if [ -n "${ORVO_SIM_BIN:-}" ]; then
     echo "$ORVO_SIM_BIN/$1"
@@ -148,6 +149,11 @@ sim_program() {  # <name>
   fi
   if [ -n "$CAMSIM_PROGRAM_BUILD" ] && [ -x "$CAMSIM_PROGRAM_BUILD/sim/$1" ]; then
     echo "$CAMSIM_PROGRAM_BUILD/sim/$1"
+    return 0
+  fi
+  # The programs the running camera was started with (see record_sim_programs).
+  if [ -n "$CAMSIM_ROOT" ] && [ -x "$CAMSIM_ROOT/sim/programs/$1" ]; then
+    echo "$CAMSIM_ROOT/sim/programs/$1"
     return 0
   fi
   local build

@@ -18,4 +18,5 @@ cmd_status() {
     echo "lighttpd: not running"
   fi
   status_daemons
+  status_reboots
 }

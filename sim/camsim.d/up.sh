@@ -47,6 +47,8 @@ cmd_up() {
   # Never scatter the device's folders into a directory init did not make.
   is_camera_root "$CAMSIM_ROOT" || die "up: $CAMSIM_ROOT is not a camera root (./camsim init)"
   make_camera_folders "$CAMSIM_ROOT"
+  link_reboot_tool "$CAMSIM_ROOT"
+  record_sim_programs
 
   start_daemons
   # The web server must call the program by a path ending in "/rest.cgi".

@@ -5,8 +5,10 @@
 // change here is the one that logs in next.
 #include "daemon_names.h"
 #include "daemon_table.h"
+#include "factory_state.h"
 #include "message_shapes.h"
 #include "orvo/utils/account.h"
+#include "orvo/utils/reboot.h"
 #include "state_store.h"
 
 namespace orvo {
@@ -18,6 +20,7 @@ namespace {
 
 // The value a request field has when the sender left it out.
 constexpr char kUnset[] = "_UNINITIALIZED_";
+constexpr int kResetRebootDelaySeconds = 0;
 
 // Checks the old password against the account and stores the new user name
 // and password; "" when the account took the change, else why it did not.
@@ -61,12 +64,21 @@ Variant startOrStopService(std::string const& daemon, Variant const& request) {
   return stored ? answer : errorAnswer("cannot store the state of " + daemon);
 }
 
-// A real camera restarts after this; the simulated one just forgets.
-Variant resetToDefaults(std::string const&, Variant const&) {
+bool resetDaemonStates() {
   bool allReset = true;
   for (char const* daemon : daemons::kAll) allReset = resetState(daemon) && allReset;
-  allReset = publishAvclientState() && allReset;
-  if (!allReset) return errorAnswer("not every daemon could be reset");
+  return publishAvclientState() && allReset;
+}
+
+// Everything back as it left the factory, then a restart, as the device
+// does (the restart stops this daemon too; the sender awaits no answer).
+Variant resetToDefaults(std::string const&, Variant const&) {
+  bool const statesReset = resetDaemonStates();
+  bool const filesRestored = restoreFactoryFiles();
+  bool const rebooting = orvo::utils::enqueueReboot(kResetRebootDelaySeconds);
+  if (!statesReset) return errorAnswer("not every daemon could be reset");
+  if (!filesRestored) return errorAnswer("the factory files could not be restored");
+  if (!rebooting) return errorAnswer("the restart could not be started");
   Variant answer;
   answer.IsArray(false);
   return answer;

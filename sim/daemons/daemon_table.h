@@ -5,6 +5,7 @@
 #include <string>
 
 #include "orvo/variant/variant.h"
+#include "state_store.h"
 
 namespace orvo {
 namespace sim {
@@ -24,6 +25,11 @@ struct FunctionEntry {
 orvo::variant::Variant handleRequest(std::string const& daemon,
                                      orvo::variant::Variant const& request);
 
+
+// How long the daemon works on `request` before its answer is ready, on
+// top of the latency control: a wireless scan lasts the scan duration.
+unsigned workTimeMs(std::string const& daemon, orvo::variant::Variant const& request,
+                    DaemonControls const& controls);
 
 // {"error": text}: the one shape of every refusal.
 orvo::variant::Variant errorAnswer(std::string const& text);
@@ -53,6 +59,10 @@ orvo::variant::Variant avclientState(std::string const& daemon,
 orvo::variant::Variant adopt(std::string const& daemon, orvo::variant::Variant const& request);
 orvo::variant::Variant cancelWait(std::string const& daemon,
                                   orvo::variant::Variant const& request);
+
+// Every daemon's state back to its defaults (and the management client's
+// published view with it); nothing else of the camera changes.
+bool resetDaemonStates();
 
 // Writes the management client's public state to /etc/avclient_state.json.
 bool publishAvclientState();

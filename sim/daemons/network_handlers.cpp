@@ -1,6 +1,7 @@
 // The network daemon: wired link with DHCP or static addressing, optional
 // wireless association, and a wireless scan. State sections: "settings"
 // (ChangeNetworkSettings' shape), "link", "lease", "accessPoints".
+#include "daemon_names.h"
 #include "daemon_table.h"
 #include "state_store.h"
 
@@ -72,13 +73,36 @@ Variant networkStatus(std::string const& daemon, Variant const&) {
   return composeNetworkStatus(state);
 }
 
+// One visible network as a scan reports it, from its entry in the state.
+// The signal is in dBm; a positive level in the state is its magnitude.
+Variant scanEntry(Variant const& accessPoint) {
+  int64_t const level = accessPoint.IntAt("signalLevel");
+  Variant entry;
+  entry["ssid"] = accessPoint.StringAt("essid");
+  entry["bssid"] = accessPoint.StringAt("bssid");
+  entry["channel"] = accessPoint.IntAt("channel");
+  entry["signal"] = level > 0 ? -level : level;
+  entry["security"] = accessPoint.StringAt("keyManagement");
+  return entry;
+}
+
 // The answer must be an object on the bus: the list goes under "accessPoints".
 Variant scanAccessPoints(std::string const& daemon, Variant const&) {
   Variant state;
   if (!readState(daemon, state)) return errorAnswer("cannot read the state of " + daemon);
   Variant answer;
-  answer["accessPoints"] = member(state, "accessPoints");
+  Variant& found = answer["accessPoints"];
+  found.IsArray(true);
+  for (Variant const& accessPoint : member(state, "accessPoints").Elements()) {
+    found.PushBack(scanEntry(accessPoint));
+  }
   return answer;
+}
+
+unsigned workTimeMs(std::string const& daemon, Variant const& request,
+                    DaemonControls const& controls) {
+  bool const scan = daemon == daemons::kNetworkd && request.StringAt("functionName") == "ScanAP";
+  return scan ? controls.scanDurationMs : 0;
 }
 
 }  // namespace sim

@@ -36,11 +36,12 @@ void SimDaemon::HandleRequest(BaseRequestMessage& request, bool& accept) {
     accept = false;
     return;
   }
-  if (controls.latencyMs == 0) {
+  unsigned const delayMs = controls.latencyMs + workTimeMs(daemon_, request, controls);
+  if (delayMs == 0) {
     respond(request, answer);
     return;
   }
-  held_.push_back(HeldAnswer{monotonicMs() + controls.latencyMs, request, answer});
+  held_.push_back(HeldAnswer{monotonicMs() + delayMs, request, answer});
 }
 
 void SimDaemon::answerDue() {

@@ -4,6 +4,8 @@
 //   orvo_simd state DAEMON                   print the daemon's state
 //   orvo_simd ctl DAEMON latency MS          hold every answer back MS ms
 //   orvo_simd ctl DAEMON silent on|off       take requests, never answer
+//   orvo_simd ctl orvo_networkd scan-duration MS
+//                                            a wireless scan lasts MS ms
 //   orvo_simd ctl orvo_avclient adopted true|false
 //                                            adopted by a controller or not
 //   orvo_simd reset                          every daemon back to defaults
@@ -33,6 +35,7 @@ int usage() {
   std::fputs(
       "usage: orvo_simd serve DAEMON | state DAEMON | ctl DAEMON latency MS |\n"
       "       orvo_simd ctl DAEMON silent on|off |\n"
+      "       orvo_simd ctl orvo_networkd scan-duration MS |\n"
       "       orvo_simd ctl orvo_avclient adopted true|false | reset\n",
       stderr);
   return 2;
@@ -103,6 +106,16 @@ int control(std::string const& daemon, std::string const& what, char const* valu
       std::fprintf(stderr, "orvo_simd: latency is 0..%u ms\n", orvo::sim::kMaxLatencyMs);
       return 2;
     }
+  } else if (what == "scan-duration") {
+    if (daemon != orvo::daemons::kNetworkd) {
+      std::fprintf(stderr, "orvo_simd: scan-duration is a control of %s only\n",
+                   orvo::daemons::kNetworkd);
+      return 2;
+    }
+    if (!parseLatency(value, controls.scanDurationMs)) {
+      std::fprintf(stderr, "orvo_simd: scan-duration is 0..%u ms\n", orvo::sim::kMaxLatencyMs);
+      return 2;
+    }
   } else if (what == "silent" && (std::strcmp(value, "on") == 0 || std::strcmp(value, "off") == 0)) {
     controls.silent = std::strcmp(value, "on") == 0;
   } else {
@@ -111,11 +124,7 @@ int control(std::string const& daemon, std::string const& what, char const* valu
   return orvo::sim::writeControls(daemon, controls) ? 0 : 1;
 }
 
-int resetAll() {
-  orvo::variant::Variant none;
-  orvo::variant::Variant const answer = orvo::sim::resetToDefaults(orvo::daemons::kCtlServer, none);
-  return answer.Has(orvo::variant::VT_ANY, "error") ? 1 : 0;
-}
+int resetAll() { return orvo::sim::resetDaemonStates() ? 0 : 1; }
 
 }  // namespace
 

@@ -38,6 +38,10 @@ bool writeJsonFile(std::string const& folder, std::string const& path, Variant c
   return makeFolders(orvo::utils::devicePath(folder)) && value.ToJSONFile(path, true);
 }
 
+unsigned boundedMs(int64_t ms) {
+  return ms <= 0 ? 0 : ms > int64_t{kMaxLatencyMs} ? kMaxLatencyMs : static_cast<unsigned>(ms);
+}
+
 bool loadState(std::string const& daemon, Variant& state) {
   if (state.FromJSONFile(stateFilePath(daemon)) && state.Type() == orvo::variant::VT_OBJECT) {
     return true;
@@ -84,10 +88,9 @@ DaemonControls readControls(std::string const& daemon) {
   DaemonControls controls;
   Variant file;
   if (!file.FromJSONFile(controlFilePath(daemon))) return controls;
-  long const ms = file.IntAt("latencyMs");
-  controls.latencyMs = ms <= 0 ? 0 : ms > long{kMaxLatencyMs} ? kMaxLatencyMs
-                                                               : static_cast<unsigned>(ms);
+  controls.latencyMs = boundedMs(file.IntAt("latencyMs"));
   controls.silent = file.BoolAt("silent");
+  controls.scanDurationMs = boundedMs(file.IntAt("scanDurationMs", kDefaultScanDurationMs));
   return controls;
 }
 
@@ -95,6 +98,7 @@ bool writeControls(std::string const& daemon, DaemonControls const& controls) {
   Variant file;
   file["latencyMs"] = controls.latencyMs;
   file["silent"] = controls.silent;
+  file["scanDurationMs"] = controls.scanDurationMs;
   return writeJsonFile(kControlFolder, controlFilePath(daemon), file);
 }
 

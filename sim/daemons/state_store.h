@@ -2,7 +2,8 @@
 // root, so tests and `camsim state` can read them and one daemon (the
 // control server's factory reset) can reset the others:
 //   <root>/sim/state/<daemon>.json   the daemon's state (default_state.h)
-//   <root>/sim/ctl/<daemon>.json     {"latencyMs": N, "silent": bool}
+//   <root>/sim/ctl/<daemon>.json     {"latencyMs": N, "silent": bool,
+//                                     "scanDurationMs": N}
 // Each state file is read and written under the daemon's inter-process
 // lock, and replaced atomically.
 #pragma once
@@ -34,9 +35,13 @@ bool readState(std::string const& daemon, orvo::variant::Variant& state);
 // Replaces the daemon's state with its defaults.
 bool resetState(std::string const& daemon);
 
+// How long a wireless scan takes unless a control says otherwise.
+constexpr unsigned kDefaultScanDurationMs = 2000;
+
 struct DaemonControls {
   unsigned latencyMs = 0;  // delay before each answer
   bool silent = false;     // receive requests, never answer
+  unsigned scanDurationMs = kDefaultScanDurationMs;  // the network daemon's scans
 };
 
 // The controls in force; all off when the file is missing or broken.

@@ -72,12 +72,6 @@ TEST_F(Handlers, NetworkStatusFollowsTheAddressing) {
   EXPECT_EQ(static_cast<int>(status["channel"]), 6);
 }
 
-TEST_F(Handlers, ScanListsAccessPoints) {
-  Variant answer = ask(orvo::daemons::kNetworkd, R"({"functionName": "ScanAP"})");
-  ASSERT_GE(answer["accessPoints"].KeysCount(), 3u);
-  EXPECT_FALSE(answer["accessPoints"][0]["essid"].ToString().empty());
-}
-
 TEST_F(Handlers, ServicesStartAndStop) {
   Variant answer = ask(orvo::daemons::kCtlServer, R"({"functionName": "StartService", "service": "ssh"})");
   EXPECT_TRUE(answer["services"]["ssh"] == true);
@@ -103,21 +97,6 @@ TEST_F(Handlers, AdoptionIsRecordedAndPublished) {
   EXPECT_TRUE(file == after);
   Variant waited = ask(orvo::daemons::kAvclient, R"({"functionName": "CancelWait"})");
   EXPECT_TRUE(waited["state"] == "connected");
-}
-
-TEST_F(Handlers, ResetToDefaultsRestoresEveryDaemon) {
-  ask(orvo::daemons::kOsd, R"({"functionName": "ChangeOsdSettings", "textScale": 90})");
-  ask(orvo::daemons::kAvclient, R"({"functionName": "Adopt", "hosts": ["h"]})");
-  ask(orvo::daemons::kCtlServer, R"({"functionName": "ChangeDeviceSettings", "name": "Other"})");
-  EXPECT_FALSE(hasError(ask(orvo::daemons::kCtlServer, R"({"functionName": "ResetToDefaults"})")));
-  for (char const* daemon : orvo::daemons::kAll) {
-    Variant state;
-    ASSERT_TRUE(sim::readState(daemon, state));
-    EXPECT_TRUE(state == sim::defaultState(daemon)) << daemon;
-  }
-  Variant file;
-  ASSERT_TRUE(file.FromJSONFile(orvo::utils::devicePath("/etc/avclient_state.json")));
-  EXPECT_TRUE(file["adopted"] == false);
 }
 
 }  // namespace
