@@ -50,7 +50,8 @@ bool AuthenticateByUUID(CGIRequest const& request, CGIResponse& response) {
   }
   Variant db;
   std::string problem;
-  if (readSessionDb(orvo::utils::devicePath(kSessionDbPath), db, problem) != SessionDbRead::kRead) {
+  if (readSessionFor(orvo::utils::devicePath(kSessionDbPath), id, db, problem) !=
+      SessionDbRead::kRead) {
     if (!problem.empty()) {
       ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s", kSessionDbPath, problem.c_str());
     }

@@ -1,5 +1,7 @@
 #include "session_db.h"
 
+#include "orvo/variant/json_member.h"
+
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -31,6 +33,18 @@ bool parseSessionDb(std::string const& text, Variant& db) {
   if (!isBlank(text) && !parsed.FromJSON(text)) return false;
   if (parsed.Type() != orvo::variant::VT_OBJECT) parsed.IsArray(false);
   db = std::move(parsed);
+  return true;
+}
+
+bool parseSessionFor(std::string const& text, std::string const& id, Variant& db) {
+  if (text.size() > kMaxSessionDbBytes) return false;
+  Variant record;
+  bool found = false;
+  if (!isBlank(text) && !orvo::variant::MemberFromJSON(text, id, record, found)) return false;
+  Variant picked;
+  picked.IsArray(false);
+  if (found) picked[id] = std::move(record);
+  db = std::move(picked);
   return true;
 }
 

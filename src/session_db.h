@@ -32,6 +32,9 @@ constexpr std::size_t kMaxSessions = 1024;
 // Parses the database text. Empty or blank text, and JSON that is not an
 // object, give an empty database; text that is not JSON gives false.
 bool parseSessionDb(std::string const& text, orvo::variant::Variant& db);
+// parseSessionDb(), keeping only the member named `id`: same verdict, and
+// `db` holds the same record for `id`.
+bool parseSessionFor(std::string const& text, std::string const& id, orvo::variant::Variant& db);
 
 // What reading the database file found. "/tmp" is everybody's, so what
 // stands at the path is trusted only when it is a regular file (not a link),
@@ -45,6 +48,11 @@ enum class SessionDbRead {
 // following a link, without blocking on a FIFO.
 SessionDbRead readSessionDb(std::string const& path, orvo::variant::Variant& db,
                             std::string& problem);
+// The same file read for a session check: the file is parsed and validated
+// whole, but `db` receives only the member named `id` (when there is one),
+// so a check costs little more with the database full than empty.
+SessionDbRead readSessionFor(std::string const& path, std::string const& id,
+                             orvo::variant::Variant& db, std::string& problem);
 // "" when a file with these attributes may be trusted by `euid`, else why not.
 std::string untrustedReason(mode_t mode, uid_t owner, uid_t euid);
 // Creates an empty database where nothing stands (O_EXCL, no link followed).

@@ -27,8 +27,9 @@ std::string describeOpenError(int err) {
   return std::string("cannot be opened: ") + std::strerror(err);
 }
 
-// Reads the checked descriptor; `problem` says why when it cannot.
-bool readTrusted(int fd, Variant& db, std::string& problem) {
+// Reads the descriptor once it passed the checks; `problem` says why not.
+// `id` null: the whole database; else only that member.
+bool readTrusted(int fd, std::string const* id, Variant& db, std::string& problem) {
   struct stat info {};
   if (::fstat(fd, &info) != 0) {
     problem = std::string("cannot be examined: ") + std::strerror(errno);
@@ -44,7 +45,7 @@ bool readTrusted(int fd, Variant& db, std::string& problem) {
   }
   if (tooBig) problem = "holds more than " + std::to_string(kMaxSessionDbBytes) + " bytes";
   if (!problem.empty()) return false;
-  if (!parseSessionDb(text, db)) {
+  if (!(id ? parseSessionFor(text, *id, db) : parseSessionDb(text, db))) {
     problem = "is not JSON";
     return false;
   }
@@ -69,18 +70,32 @@ std::string untrustedReason(mode_t mode, uid_t owner, uid_t euid) {
   return "";
 }
 
-SessionDbRead readSessionDb(std::string const& path, Variant& db, std::string& problem) {
+namespace {
+
+// Opens without following a link or blocking on a FIFO, then reads.
+SessionDbRead readFile(std::string const& path, std::string const* id, Variant& db,
+                       std::string& problem) {
   problem.clear();
-  // O_NONBLOCK: a FIFO planted at the path must not hang the request.
   int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) {
     if (errno == ENOENT) return SessionDbRead::kMissing;
     problem = describeOpenError(errno);
     return SessionDbRead::kRefused;
   }
-  bool ok = readTrusted(fd, db, problem);
+  bool ok = readTrusted(fd, id, db, problem);
   ::close(fd);
   return ok ? SessionDbRead::kRead : SessionDbRead::kRefused;
+}
+
+}  // namespace
+
+SessionDbRead readSessionDb(std::string const& path, Variant& db, std::string& problem) {
+  return readFile(path, nullptr, db, problem);
+}
+
+SessionDbRead readSessionFor(std::string const& path, std::string const& id, Variant& db,
+                             std::string& problem) {
+  return readFile(path, &id, db, problem);
 }
 
 bool createSessionDb(std::string const& path) {
