@@ -2,9 +2,7 @@
 // "authId" cookie, the status document as the login answer, and failed
 // logins recorded for the lockdown.
 #include <errno.h>
-#include <fcntl.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
