@@ -17,9 +17,18 @@ namespace {
 
 void checkDatabase(std::string const& text, std::string const& id) {
   orvo::variant::Variant db;
-  if (!orvo::rest::access::parseSessionDb(text, db)) return;
+  orvo::variant::Variant picked;
+  bool whole = orvo::rest::access::parseSessionDb(text, db);
+  // The session check reads only the cookie's record: same verdicts.
+  if (orvo::rest::access::parseSessionFor(text, id, picked) != whole) abort();
+  if (!whole) return;
   std::string stored;
-  orvo::rest::access::checkSession(db, id, "10.0.0.1", stored);
+  std::string pickedStored;
+  auto verdict = orvo::rest::access::checkSession(db, id, "10.0.0.1", stored);
+  if (orvo::rest::access::checkSession(picked, id, "10.0.0.1", pickedStored) != verdict ||
+      pickedStored != stored) {
+    abort();
+  }
   orvo::rest::access::pruneExpiredSessions(db, 1700000000000ull);
   std::string written;
   if (!db.ToJSON(written, true)) abort();

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -37,6 +38,13 @@ bool selectBtmp(char const* function) {
 std::string requestUser(orvo::cgi::CGIRequest const& request) {
   auto const* user = request.Json().GetKeyChain(orvo::variant::VT_STRING, "username", false);
   return user ? static_cast<std::string const&>(*user) : std::string(kUnknownUser);
+}
+
+// Whether the temporary file holds all `records` records.
+bool wholeCopy(std::string const& path, std::size_t records) {
+  struct stat info {};
+  if (stat(path.c_str(), &info) != 0) return false;
+  return static_cast<uint64_t>(info.st_size) == records * sizeof(struct utmp);
 }
 
 }  // namespace
@@ -112,10 +120,19 @@ void appendEntry(orvo::cgi::CGIRequest const& request) {
       break;
     }
   }
-  while (struct utmp* record = getutent()) updwtmp(temp.c_str(), record);
+  std::size_t copied = 0;
+  while (struct utmp* record = getutent()) {
+    updwtmp(temp.c_str(), record);
+    ++copied;
+  }
   updwtmp(temp.c_str(), &entry);
   std::string target = btmpPath();
-  if (rename(temp.c_str(), target.c_str()) != 0) {
+  if (!wholeCopy(temp, copied + 1)) {
+    // updwtmp() reports nothing: a full disk shows only in the size. The old
+    // file stays rather than being replaced by a cut one.
+    ORVO_LOG("appendEntry", LOG_WARNING, 0, "Failed to write '%s'", temp.c_str());
+    unlink(temp.c_str());
+  } else if (rename(temp.c_str(), target.c_str()) != 0) {
     ORVO_LOG("appendEntry", LOG_WARNING, errno, "Failed to rename '%s' to '%s'", temp.c_str(), kBtmpPath);
   }
   endutent();

@@ -42,12 +42,19 @@ bool AuthenticateByUUID(CGIRequest const& request, CGIResponse& response) {
     return refuse(response);
   }
   InterProcessMutex mutex(kSessionDbMutex, true);
-  if (mutex.acquire() != 0) {
+  // Shared: checks only read, so they run side by side and wait only for a
+  // login or logout that is rewriting the file.
+  if (mutex.acquireShared() != 0) {
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to acquire db mutex (possibly another process is using db)");
     return refuse(response);
   }
   Variant db;
-  if (!readSessionDb(orvo::utils::devicePath(kSessionDbPath), db)) {
+  std::string problem;
+  if (readSessionFor(orvo::utils::devicePath(kSessionDbPath), id, db, problem) !=
+      SessionDbRead::kRead) {
+    if (!problem.empty()) {
+      ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s", kSessionDbPath, problem.c_str());
+    }
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to read auth database (possibly not yet authenticated)");
     return refuse(response);
   }

@@ -2,9 +2,7 @@
 // "authId" cookie, the status document as the login answer, and failed
 // logins recorded for the lockdown.
 #include <errno.h>
-#include <fcntl.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
@@ -33,12 +31,40 @@ constexpr char kLogFile[] = "src/rest_login";
 
 std::string sessionDbPath() { return orvo::utils::devicePath(kSessionDbPath); }
 
-// An empty database file, so the first login has something to read.
-bool createEmptyDb(std::string const& path) {
-  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
-  if (fd < 0) return false;
-  ::close(fd);
-  return true;
+// The database a login adds to. Nothing there: an empty file is created
+// and the database starts empty. Something untrusted, too big or broken:
+// it is logged and replaced, so that no state of the file keeps logins out.
+bool loadForLogin(std::string const& path, Variant& db) {
+  char const* const fn = "CreateSession";
+  std::string problem;
+  switch (readSessionDb(path, db, problem)) {
+    case SessionDbRead::kRead:
+      return true;
+    case SessionDbRead::kMissing:
+      if (createSessionDb(path)) return true;
+      ORVO_LOG(fn, LOG_ERR, errno, "Failed to create authDB");
+      return false;
+    case SessionDbRead::kRefused:
+      break;
+  }
+  ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s; starting an empty one", kSessionDbPath,
+           problem.c_str());
+  db = Variant();
+  db.IsArray(false);
+  if (clearRefusedEntry(path)) return true;
+  ORVO_LOG(fn, LOG_ERR, errno, "Failed to create authDB");
+  return false;
+}
+
+// Makes room for one more session: expired ones go, then the oldest beyond
+// the cap.
+void makeRoom(Variant& db) {
+  pruneExpiredSessions(db, orvo::utils::nowMs());
+  std::size_t evicted = evictOldestSessions(db, kMaxSessions - 1);
+  if (evicted > 0) {
+    ORVO_LOG("CreateSession", LOG_WARNING, 0, "Session limit %zu reached: %zu oldest evicted",
+             kMaxSessions, evicted);
+  }
 }
 
 // Stores a new session for this request's address; its identifier in `id`.
@@ -61,16 +87,9 @@ bool CreateSession(CGIRequest const& request, std::string& id) {
     return false;
   }
   std::string const path = sessionDbPath();
-  if (!fileExists(path, true) && !createEmptyDb(path)) {
-    ORVO_LOG(fn, LOG_ERR, errno, "Failed to create authDB");
-    return false;
-  }
   Variant db;
-  if (!readSessionDb(path, db)) {
-    ORVO_LOG(fn, LOG_ERR, 0, "Failed to read auth database");
-    return false;
-  }
-  pruneExpiredSessions(db, orvo::utils::nowMs());
+  if (!loadForLogin(path, db)) return false;
+  makeRoom(db);
   db[newId] = record;
   if (!writeSessionDb(path, db)) {
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to save auth database");
@@ -175,7 +194,11 @@ int Logout(CGIRequest const& request, CGIResponse& response) {
   }
   std::string const path = sessionDbPath();
   Variant db;
-  if (!readSessionDb(path, db)) {
+  std::string problem;
+  if (readSessionDb(path, db, problem) != SessionDbRead::kRead) {
+    if (!problem.empty()) {
+      ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s", kSessionDbPath, problem.c_str());
+    }
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to read auth database");
     return 0;
   }

@@ -1,13 +1,13 @@
 #include "session_db.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "orvo/variant/json_member.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <utility>
 #include <vector>
 
-#include "orvo/utils/file.h"
 
 using orvo::variant::Variant;
 
@@ -17,6 +17,12 @@ namespace {
 
 bool isBlank(std::string const& text) {
   return text.find_first_not_of(" \t\r\n") == std::string::npos;
+}
+
+// A record's "max-age" read as unsigned; 0 when it has none.
+unsigned long expiryOf(Variant const& record) {
+  Variant const* maxAge = record.GetKeyChain(orvo::variant::VT_ANY, kMaxAgeKey, false);
+  return maxAge ? static_cast<unsigned long>(*maxAge) : 0;
 }
 
 }  // namespace
@@ -30,16 +36,16 @@ bool parseSessionDb(std::string const& text, Variant& db) {
   return true;
 }
 
-bool readSessionDb(std::string const& path, Variant& db) {
-  std::string text;
-  return orvo::utils::readFileBounded(path, kMaxSessionDbBytes, text) && parseSessionDb(text, db);
-}
-
-bool writeSessionDb(std::string const& path, Variant const& db) {
-  // The caller holds the database mutex, so no other writer is mid-write:
-  // any temporary file beside the database is a killed writer's leftover.
-  orvo::utils::removeStaleTemporaries(path);
-  return db.ToJSONFile(path, true);
+bool parseSessionFor(std::string const& text, std::string const& id, Variant& db) {
+  if (text.size() > kMaxSessionDbBytes) return false;
+  Variant record;
+  bool found = false;
+  if (!isBlank(text) && !orvo::variant::MemberFromJSON(text, id, record, found)) return false;
+  Variant picked;
+  picked.IsArray(false);
+  if (found) picked[id] = std::move(record);
+  db = std::move(picked);
+  return true;
 }
 
 Variant const* findSession(Variant const& db, std::string const& id) {
@@ -60,12 +66,22 @@ std::size_t pruneExpiredSessions(Variant& db, uint64_t nowMs) {
   if (db.Type() != orvo::variant::VT_OBJECT || db.KeysCount() == 0) return 0;
   std::vector<std::string> expired;
   for (auto it = db.str_begin(); it != db.str_end(); ++it) {
-    Variant const* maxAge = it->second.GetKeyChain(orvo::variant::VT_ANY, kMaxAgeKey, false);
-    unsigned long expiry = maxAge ? static_cast<unsigned long>(*maxAge) : 0;
-    if (expiry < nowMs) expired.push_back(it->first);
+    if (expiryOf(it->second) < nowMs) expired.push_back(it->first);
   }
   for (auto const& id : expired) db.RemoveValue(id, false);
   return expired.size();
+}
+
+std::size_t evictOldestSessions(Variant& db, std::size_t keep) {
+  if (db.Type() != orvo::variant::VT_OBJECT || db.KeysCount() <= keep) return 0;
+  std::vector<std::pair<unsigned long, std::string>> byExpiry;
+  for (auto it = db.str_begin(); it != db.str_end(); ++it) {
+    byExpiry.emplace_back(expiryOf(it->second), it->first);
+  }
+  std::size_t const excess = byExpiry.size() - keep;
+  std::partial_sort(byExpiry.begin(), byExpiry.begin() + excess, byExpiry.end());
+  for (std::size_t i = 0; i < excess; ++i) db.RemoveValue(byExpiry[i].second, false);
+  return excess;
 }
 
 SessionCheck checkSession(Variant const& db, std::string const& id,

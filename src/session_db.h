@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstddef>
+#include <sys/types.h>
+
 #include <cstdint>
 #include <string>
 
@@ -20,16 +22,46 @@ constexpr char kRemoteAddrKey[] = "remote-addr";
 constexpr char kMaxAgeKey[] = "max-age";
 constexpr uint64_t kSessionLifetimeMs = 86400000;  // 24 hours
 constexpr unsigned long kSessionIdLength = 32;
-// A bigger file is refused rather than read: sessions are pruned after a
-// day, so a sane database stays far below this.
+// A bigger file is refused rather than read: with the cap below a sane
+// database stays far under this (about 110 bytes a record).
 constexpr std::size_t kMaxSessionDbBytes = 8u << 20;
+// Live sessions kept at most; a login beyond it evicts the oldest. A client
+// that logs in for every request must not grow the file without bound.
+constexpr std::size_t kMaxSessions = 1024;
 
 // Parses the database text. Empty or blank text, and JSON that is not an
 // object, give an empty database; text that is not JSON gives false.
 bool parseSessionDb(std::string const& text, orvo::variant::Variant& db);
-// Reads and parses the file at `path` (already a file-system path).
-bool readSessionDb(std::string const& path, orvo::variant::Variant& db);
-// Writes the database styled, atomically.
+// parseSessionDb(), keeping only the member named `id`: same verdict, and
+// `db` holds the same record for `id`.
+bool parseSessionFor(std::string const& text, std::string const& id, orvo::variant::Variant& db);
+
+// What reading the database file found. "/tmp" is everybody's, so what
+// stands at the path is trusted only when it is a regular file (not a link),
+// owned by our effective user and writable by nobody else.
+enum class SessionDbRead {
+  kRead,     // trusted, parsed into `db`
+  kMissing,  // nothing at the path
+  kRefused,  // something else: `problem` says what; treat as no database
+};
+// Reads and parses the file at `path` (already a file-system path) without
+// following a link, without blocking on a FIFO.
+SessionDbRead readSessionDb(std::string const& path, orvo::variant::Variant& db,
+                            std::string& problem);
+// The same file read for a session check: the file is parsed and validated
+// whole, but `db` receives only the member named `id` (when there is one),
+// so a check costs little more with the database full than empty.
+SessionDbRead readSessionFor(std::string const& path, std::string const& id,
+                             orvo::variant::Variant& db, std::string& problem);
+// "" when a file with these attributes may be trusted by `euid`, else why not.
+std::string untrustedReason(mode_t mode, uid_t owner, uid_t euid);
+// Creates an empty database where nothing stands (O_EXCL, no link followed).
+bool createSessionDb(std::string const& path);
+// Clears the way for a new file where a refused entry stands: a file or a
+// link is replaced by the next write's rename, but a folder must go first
+// (removed when empty, else moved aside) or it would block every login.
+bool clearRefusedEntry(std::string const& path);
+// Writes the database styled, atomically, mode 0600.
 bool writeSessionDb(std::string const& path, orvo::variant::Variant const& db);
 
 // The member named exactly `id` (no path splitting), or null.
@@ -40,6 +72,9 @@ orvo::variant::Variant makeSessionRecord(std::string const& remoteAddr, uint64_t
 // Removes every member whose "max-age" (read as unsigned) is below `nowMs`;
 // returns how many went.
 std::size_t pruneExpiredSessions(orvo::variant::Variant& db, uint64_t nowMs);
+// Removes the records that expire first until at most `keep` are left;
+// returns how many went.
+std::size_t evictOldestSessions(orvo::variant::Variant& db, std::size_t keep);
 
 enum class SessionCheck {
   kAccepted,

@@ -56,6 +56,25 @@ void appendToCameraLog(char const* record, int level) {
   close(fd);
 }
 
+// Copies `text` with every control byte (below 0x20, and 0x7f) written as
+// "\xHH": a caller's text, a user name say, can then never start a second,
+// forged record in syslog or the log file. Cut to fit `size`.
+void escapeControlBytes(char const* text, char* out, size_t size) {
+  size_t used = 0;
+  for (unsigned char const* c = reinterpret_cast<unsigned char const*>(text); *c; ++c) {
+    bool control = *c < 0x20 || *c == 0x7f;
+    size_t need = control ? 4 : 1;
+    if (used + need >= size) break;
+    if (control) {
+      snprintf(out + used, size - used, "\\x%02x", *c);
+    } else {
+      out[used] = static_cast<char>(*c);
+    }
+    used += need;
+  }
+  out[used] = '\0';
+}
+
 }  // namespace
 
 extern "C" void __wrap_openlog(const char* ident, int option, int facility) {
@@ -77,6 +96,8 @@ extern "C" void logInternal(const char* tag, const char* file, const char* funct
   text[0] = '\0';
   if (format) vsnprintf(text, sizeof text, format, args);
   va_end(args);
+  char escaped[kMaxRecord];
+  escapeControlBytes(text, escaped, sizeof escaped);
 
   char record[kMaxRecord];
   char errorText[128] = "";
@@ -88,7 +109,7 @@ extern "C" void logInternal(const char* tag, const char* file, const char* funct
   }
   // A record longer than the buffer is cut; the return value says by how much.
   int length = snprintf(record, sizeof record, "%s: %s:%s:%d: %s%s", tag ? tag : "",
-                        file ? file : "", function ? function : "", line, text, errorText);
+                        file ? file : "", function ? function : "", line, escaped, errorText);
   if (length < 0) return;
 
   int priority = (level >= 0 && level <= 7) ? level : LOG_DEBUG;

@@ -33,7 +33,7 @@ void onAlarm(int) {}
 
 // A blocking flock() interrupted by a one-shot timer: waiters queue in the
 // kernel (no polling, no starvation under load) and give up after `limitMs`.
-int lockWithLimit(int fd, int limitMs) {
+int lockWithLimit(int fd, int operation, int limitMs) {
   struct sigaction quiet {};
   quiet.sa_handler = onAlarm;  // no SA_RESTART: the timer must interrupt flock
   sigemptyset(&quiet.sa_mask);
@@ -44,7 +44,7 @@ int lockWithLimit(int fd, int limitMs) {
   limit.it_value.tv_usec = (limitMs % 1000) * 1000;
   itimerval before{};
   setitimer(ITIMER_REAL, &limit, &before);
-  int rc = ::flock(fd, LOCK_EX);
+  int rc = ::flock(fd, operation);
   int err = errno;
   itimerval off{};
   setitimer(ITIMER_REAL, &off, nullptr);
@@ -60,7 +60,11 @@ InterProcessMutex::InterProcessMutex(std::string const& name, bool wait)
 
 InterProcessMutex::~InterProcessMutex() { release(); }
 
-int InterProcessMutex::acquire() {
+int InterProcessMutex::acquire() { return lockAs(LOCK_EX); }
+
+int InterProcessMutex::acquireShared() { return lockAs(LOCK_SH); }
+
+int InterProcessMutex::lockAs(int operation) {
   if (fd_ >= 0) return 0;
   int fd = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   if (fd < 0 && errno == ENOENT) {
@@ -70,7 +74,7 @@ int InterProcessMutex::acquire() {
     fd = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   }
   if (fd < 0) return -1;
-  int rc = wait_ ? lockWithLimit(fd, kMutexWaitLimitMs) : ::flock(fd, LOCK_EX | LOCK_NB);
+  int rc = wait_ ? lockWithLimit(fd, operation, kMutexWaitLimitMs) : ::flock(fd, operation | LOCK_NB);
   if (rc == 0) {
     fd_ = fd;
     return 0;

@@ -60,6 +60,8 @@ make_camera_folders() {  # <root>
   for folder in "${CAMERA_FOLDERS[@]}"; do
     mkdir -p -- "$1/$folder"
   done
+  # As on the device: everybody may write /tmp, nobody removes another's files.
+  chmod 1777 -- "$1/tmp"
   touch -- "$1/var/log/messages" "$1/$ROOT_MARKER"
 }
 

@@ -12,6 +12,8 @@ extern "C" {
 
 // Writes one record. `level` is a syslog priority (3 error, 4 warning,
 // 6 information); `err`, when non-zero, adds strerror(err) to the record.
+// Control bytes of the formatted text are written as "\xHH", so one call is
+// always exactly one record.
 void logInternal(const char* tag, const char* file, const char* function, int line,
                  int level, int err, int reserved, const char* format, ...)
     __attribute__((format(printf, 8, 9)));

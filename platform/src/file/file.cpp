@@ -6,6 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
+
+#include "orvo/utils/random.h"
 #include <cstring>
 
 namespace orvo {
@@ -15,6 +18,8 @@ namespace {
 
 constexpr std::size_t kReadChunkBytes = 16 * 1024;
 constexpr char kTemporarySuffix[] = ".XXXXXX";
+constexpr unsigned long kTemporaryRandomChars = 6;
+constexpr int kNameAttempts = 16;
 
 std::string folderOf(std::string const& path) {
   std::string::size_type slash = path.rfind('/');
@@ -46,6 +51,39 @@ bool readAllBounded(int fd, std::size_t limit, std::string& out) {
   }
 }
 
+// An unnamed file in the target's folder where the file system has them
+// (`temporary` stays empty), else a named one from mkstemp.
+int openTemporary(std::string const& path, std::string& temporary) {
+  temporary.clear();
+  int fd = ::open(folderOf(path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+  if (fd >= 0) return fd;
+  temporary = path + kTemporarySuffix;
+  fd = ::mkostemp(&temporary[0], O_CLOEXEC);
+  if (fd < 0) temporary.clear();
+  return fd;
+}
+
+// Links an unnamed file as "<path>.XXXXXX", the name a named temporary
+// would have had (so leftovers are found the same way).
+bool nameTemporary(int fd, std::string const& path, std::string& temporary) {
+  std::string const viaProc = "/proc/self/fd/" + std::to_string(fd);
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    std::string candidate = path + "." + randomAlphaNumericString("", kTemporaryRandomChars);
+    if (candidate.size() == path.size() + 1) return false;  // no randomness
+    int rc = ::linkat(fd, "", AT_FDCWD, candidate.c_str(), AT_EMPTY_PATH);
+    // AT_EMPTY_PATH needs a capability; the /proc link works for everyone.
+    if (rc != 0 && errno != EEXIST) {
+      rc = ::linkat(AT_FDCWD, viaProc.c_str(), AT_FDCWD, candidate.c_str(), AT_SYMLINK_FOLLOW);
+    }
+    if (rc == 0) {
+      temporary = candidate;
+      return true;
+    }
+    if (errno != EEXIST) return false;
+  }
+  return false;
+}
+
 }  // namespace
 
 bool readFileBounded(std::string const& path, std::size_t limit, std::string& text) {
@@ -69,6 +107,13 @@ bool readFileBounded(std::string const& path, std::size_t limit, std::string& te
   return ok;
 }
 
+bool readFdBounded(int fd, std::size_t limit, std::string& text) {
+  std::string data;
+  if (!readAllBounded(fd, limit, data)) return false;
+  text.swap(data);
+  return true;
+}
+
 bool writeAll(int fd, std::string const& text) {
   std::size_t done = 0;
   while (done < text.size()) {
@@ -83,13 +128,19 @@ bool writeAll(int fd, std::string const& text) {
 bool replaceFileAtomically(std::string const& path, std::string const& text, mode_t newFileMode,
                            bool keepExistingMode) {
   if (path.empty()) return false;
-  std::string temporary = path + kTemporarySuffix;
-  int fd = ::mkostemp(&temporary[0], O_CLOEXEC);
-  if (fd < 0) return false;
-  struct stat old {};
   mode_t mode = newFileMode;
-  if (keepExistingMode && ::stat(path.c_str(), &old) == 0) mode = old.st_mode & 07777;
+  struct stat old {};
+  // lstat: the mode of whatever a link points at is no business of ours.
+  if (keepExistingMode && ::lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode)) {
+    mode = old.st_mode & 07777;
+  }
+  std::string temporary;
+  int fd = openTemporary(path, temporary);
+  if (fd < 0) return false;
   bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, text) && ::fsync(fd) == 0;
+  // An unnamed file gets its name only now, just before the rename, so a
+  // writer killed mid-write leaves nothing behind.
+  ok = ok && (!temporary.empty() || nameTemporary(fd, path, temporary));
   int err = errno;
   if (::close(fd) != 0 && ok) {
     err = errno;
@@ -100,7 +151,7 @@ bool replaceFileAtomically(std::string const& path, std::string const& text, mod
     ok = false;
   }
   if (!ok) {
-    ::unlink(temporary.c_str());
+    if (!temporary.empty()) ::unlink(temporary.c_str());
     errno = err;
     return false;
   }

@@ -13,7 +13,9 @@ namespace variant {
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0600;  // settings and sessions are nobody else's business
+// Settings and sessions are nobody else's business: every rewrite leaves
+// 0600, whatever mode the file it replaces had.
+constexpr mode_t kFileMode = 0600;
 
 }  // namespace
 
@@ -26,7 +28,7 @@ bool Variant::FromJSONFile(std::string const& path) {
 bool Variant::ToJSONFile(std::string const& path, bool styled) const {
   std::string text;
   if (path.empty() || !ToJSON(text, styled)) return false;
-  return orvo::utils::replaceFileAtomically(path, text, kNewFileMode, true);
+  return orvo::utils::replaceFileAtomically(path, text, kFileMode, false);
 }
 
 }  // namespace variant

@@ -3,8 +3,10 @@
 // the value with an explicit stack of open containers and refuses nesting
 // beyond kMaxJsonDepth, so no input can exhaust the call stack.
 #include <cstring>
+#include <optional>
 #include <vector>
 
+#include "orvo/variant/json_member.h"
 #include "orvo/variant/variant.h"
 #include "json_number.h"
 #include "rapidjson.h"
@@ -93,13 +95,90 @@ class VariantBuilder {
   std::string key_;
 };
 
+// Validates everything as VariantBuilder would, but hands the events of one
+// top-level member's value to a builder and drops all others.
+class MemberPicker {
+ public:
+  MemberPicker(std::string const& name, Variant& member) : name_(name), member_(member) {}
+
+  bool found() const { return found_; }
+
+  bool Null() { return Scalar([](VariantBuilder& b) { return b.Null(); }); }
+  bool Bool(bool value) { return Scalar([value](VariantBuilder& b) { return b.Bool(value); }); }
+  bool Int(int) { return false; }
+  bool Uint(unsigned) { return false; }
+  bool Int64(int64_t) { return false; }
+  bool Uint64(uint64_t) { return false; }
+  bool Double(double) { return false; }
+  bool RawNumber(char const* text, rapidjson::SizeType length, bool copy) {
+    Variant scratch;
+    if (!capture_ && !detail::NumberFromText(text, length, scratch)) return false;
+    return Scalar([&](VariantBuilder& b) { return b.RawNumber(text, length, copy); });
+  }
+  bool String(char const* text, rapidjson::SizeType length, bool copy) {
+    if (!capture_ && !detail::IsValidUtf8(text, length)) return false;
+    return Scalar([&](VariantBuilder& b) { return b.String(text, length, copy); });
+  }
+  bool Key(char const* text, rapidjson::SizeType length, bool copy) {
+    if (capture_) return capture_->Key(text, length, copy);
+    if (!detail::IsValidUtf8(text, length)) return false;
+    if (depth_ == 1 && topIsObject_ && name_.compare(0, name_.size(), text, length) == 0 &&
+        name_.size() == length) {
+      member_.Free();  // a repeated name: the last one counts
+      capture_.emplace(member_);
+      found_ = true;
+    }
+    return true;
+  }
+  bool StartObject() { return Open(false); }
+  bool EndObject(rapidjson::SizeType n) { return Close([n](VariantBuilder& b) { return b.EndObject(n); }); }
+  bool StartArray() { return Open(true); }
+  bool EndArray(rapidjson::SizeType n) { return Close([n](VariantBuilder& b) { return b.EndArray(n); }); }
+
+ private:
+  template <typename Event>
+  bool Scalar(Event event) {
+    if (!capture_) return true;
+    bool ok = event(*capture_);
+    if (depth_ == 1) capture_.reset();  // the member was this scalar
+    return ok;
+  }
+
+  bool Open(bool array) {
+    if (depth_ >= kMaxJsonDepth) return false;
+    if (depth_ == 0) topIsObject_ = !array;
+    ++depth_;
+    if (!capture_) return true;
+    return array ? capture_->StartArray() : capture_->StartObject();
+  }
+
+  template <typename Event>
+  bool Close(Event event) {
+    --depth_;
+    if (!capture_) return true;
+    bool ok = event(*capture_);
+    if (depth_ == 1) capture_.reset();
+    return ok;
+  }
+
+  std::string const& name_;
+  Variant& member_;
+  std::optional<VariantBuilder> capture_;
+  std::size_t depth_ = 0;
+  bool topIsObject_ = false;
+  bool found_ = false;
+};
+
+// RapidJSON stops at a NUL byte as if the input ended there.
+bool hasNul(char const* text, std::size_t length) { return std::memchr(text, '\0', length) != nullptr; }
+
 }  // namespace
 
 bool Variant::FromJSON(char const* text, std::size_t length) {
   Variant parsed;
   // A raw NUL byte is never valid JSON, but the reader takes it for the end
   // of input and would accept "1\0junk".
-  bool ok = text != nullptr && std::memchr(text, '\0', length) == nullptr;
+  bool ok = text != nullptr && !hasNul(text, length);
   if (ok) {
     rapidjson::MemoryStream stream(text, length);
     VariantBuilder builder(parsed);
@@ -112,6 +191,21 @@ bool Variant::FromJSON(char const* text, std::size_t length) {
 }
 
 bool Variant::FromJSON(std::string const& text) { return FromJSON(text.data(), text.size()); }
+
+bool MemberFromJSON(std::string const& text, std::string const& name, Variant& member,
+                    bool& found) {
+  Variant picked;
+  MemberPicker picker(name, picked);
+  bool ok = !hasNul(text.data(), text.size());
+  if (ok) {
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    rapidjson::Reader reader;
+    ok = !reader.Parse<kReaderFlags>(stream, picker).IsError();
+  }
+  found = ok && picker.found();
+  member = found ? std::move(picked) : Variant();
+  return ok;
+}
 
 }  // namespace variant
 }  // namespace orvo

@@ -40,6 +40,25 @@ TEST(SessionDbParse, ReadsRecords) {
   EXPECT_EQ(checkSession(db, "ab", "10.0.0.1", stored), SessionCheck::kNoRecord);
 }
 
+TEST(SessionDbParse, ReadingOneRecordGivesTheSameVerdicts) {
+  std::string text =
+      "{\"abc\":{\"remote-addr\":\"10.0.0.1\",\"max-age\":1},\"s\":\"text\",\"e\":{}}";
+  for (char const* id : {"abc", "s", "e", "missing"}) {
+    Variant whole, picked;
+    ASSERT_TRUE(parseSessionDb(text, whole));
+    ASSERT_TRUE(parseSessionFor(text, id, picked));
+    EXPECT_LE(picked.KeysCount(), 1u);
+    std::string a, b;
+    EXPECT_EQ(checkSession(picked, id, "10.0.0.1", b), checkSession(whole, id, "10.0.0.1", a)) << id;
+    EXPECT_EQ(a, b);
+  }
+  Variant db;
+  EXPECT_FALSE(parseSessionFor("{ broken", "abc", db));
+  EXPECT_TRUE(parseSessionFor("", "abc", db));
+  EXPECT_TRUE(parseSessionFor("[1]", "abc", db));
+  EXPECT_EQ(db.KeysCount(), 0u);
+}
+
 TEST(SessionCheck, RecordsOfOtherShapes) {
   Variant db;
   ASSERT_TRUE(parseSessionDb(

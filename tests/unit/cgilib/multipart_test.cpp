@@ -1,7 +1,11 @@
 // multipart/form-data requests through cgiInitFrom: variables, uploads on
 // disk, and refusals that leave no file behind.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include <string>
 
@@ -253,6 +257,31 @@ TEST_F(MultipartTest, FailureAfterAnUploadRemovesIt) {
   std::string body = MultipartBody(kBoundary).file("f", "x", "a/b", std::string(100000, 'd')).open() +
                      "--" + kBoundary + "\r\nContent-Disposition: form-data\r\n\r\n";
   expectRefused(body, CGI_ERR_MALFORMED);
+}
+
+// A full disk part way through an upload (a file size limit in a child):
+// the request is refused and the part written so far is gone.
+TEST_F(MultipartTest, UploadThatFillsTheDiskIsRefusedAndRemoved) {
+  std::string body =
+      MultipartBody(kBoundary).file("f", "fw.bin", "a/b", std::string(256 * 1024, 'd')).close();
+  int fd = bodyFd(body);  // the body itself is not limited
+  std::string length = std::to_string(body.size());
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{64 * 1024, 64 * 1024};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    cgiSetTempDir(dir.path().c_str());
+    s_cgi* cgi = cgiInitFrom("POST", kType, length.c_str(), nullptr, fd);
+    _exit(cgi == nullptr && cgiLastError() == CGI_ERR_UPLOAD ? 0 : 1);
+  }
+  close(fd);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
+  EXPECT_EQ(WEXITSTATUS(status), 0) << "the upload should have been refused";
+  EXPECT_TRUE(dir.entries().empty());
 }
 
 }  // namespace

@@ -73,3 +73,19 @@ TEST(Logger, CutsOverlongRecordsToOneLine) {
   EXPECT_LT(log.size(), 4000u);
   EXPECT_EQ(log.back(), '\n');
 }
+
+TEST(Logger, ControlBytesCannotStartASecondRecord) {
+  Root root;
+  ASSERT_EQ(inChild(root.path(), [] {
+              logInternal("orvo_cgi", "f", "g", 1, 6, 0, 0, "user '%s'",
+                          "eve\n2026-01-01T00:00:00Z x[1]: <info> forged\r\t\x1b\x7f end");
+              return true;
+            }),
+            0);
+  std::string log = root.read("/var/log/messages");
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+  EXPECT_NE(log.find("f:g:1: user 'eve\\x0a2026-01-01T00:00:00Z x[1]: <info> "
+                     "forged\\x0d\\x09\\x1b\\x7f end'\n"),
+            std::string::npos)
+      << log;
+}

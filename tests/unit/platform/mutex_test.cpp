@@ -102,6 +102,44 @@ TEST(InterProcessMutex, WaitingMutexGivesUpAtItsBound) {
   waitpid(holder, nullptr, 0);
 }
 
+TEST(InterProcessMutex, SharedHoldersRunTogetherButExcludeTheExclusiveOne) {
+  Root root;
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  pid_t reader = fork();
+  ASSERT_GE(reader, 0);
+  if (reader == 0) {
+    setenv("ORVO_ROOT", root.path().c_str(), 1);
+    InterProcessMutex mutex(".rest_0_1_db", true);
+    if (mutex.acquireShared() != 0) _exit(1);
+    if (write(ready[1], "x", 1) != 1) _exit(1);
+    pause();
+    _exit(0);
+  }
+  close(ready[1]);
+  char byte = 0;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  close(ready[0]);
+  // A second reader gets in at once; a writer does not.
+  EXPECT_EQ(inChild(root.path(), [] {
+              InterProcessMutex mutex(".rest_0_1_db", false);
+              return mutex.acquireShared() == 0 && mutex.held();
+            }),
+            0);
+  EXPECT_EQ(inChild(root.path(), [] {
+              InterProcessMutex mutex(".rest_0_1_db", false);
+              return mutex.acquire() != 0 && errno == EWOULDBLOCK;
+            }),
+            0);
+  kill(reader, SIGKILL);
+  waitpid(reader, nullptr, 0);
+  EXPECT_EQ(inChild(root.path(), [] {
+              InterProcessMutex mutex(".rest_0_1_db", false);
+              return mutex.acquire() == 0;
+            }),
+            0);
+}
+
 TEST(InterProcessMutex, NamesCannotLeaveTheLockFolder) {
   Root root;
   EXPECT_EQ(inChild(root.path(), [&root] {

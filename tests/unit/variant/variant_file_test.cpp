@@ -79,7 +79,7 @@ TEST_F(VariantFile, WriteThenReadBack) {
   EXPECT_EQ(Names(), std::vector<std::string>{"doc.json"});  // no temporary file left
 }
 
-TEST_F(VariantFile, NewFilesAreOwnerOnlyAndReplacedFilesKeepTheirMode) {
+TEST_F(VariantFile, EveryWriteLeavesAnOwnerOnlyFile) {
   std::string const fresh = Path("fresh.json");
   ASSERT_TRUE(Document().ToJSONFile(fresh, false));
   struct stat info {};
@@ -90,7 +90,15 @@ TEST_F(VariantFile, NewFilesAreOwnerOnlyAndReplacedFilesKeepTheirMode) {
   ASSERT_EQ(::chmod(shared.c_str(), 0644), 0);
   ASSERT_TRUE(Document().ToJSONFile(shared, false));
   ASSERT_EQ(::stat(shared.c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 07777, 0644u);
+  EXPECT_EQ(info.st_mode & 07777, 0600u);
+  // Neither a loose mode of the old file nor the umask carries over.
+  ASSERT_EQ(::chmod(shared.c_str(), 0666), 0);
+  mode_t previous = ::umask(0);
+  bool written = Document().ToJSONFile(shared, true);
+  ::umask(previous);
+  ASSERT_TRUE(written);
+  ASSERT_EQ(::stat(shared.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0600u);
 }
 
 TEST_F(VariantFile, FailedRenameKeepsTheOldContentAndLeavesNoTemporary) {

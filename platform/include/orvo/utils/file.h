@@ -15,6 +15,9 @@ namespace utils {
 // a regular file, or holds more than `limit` bytes (errno EFBIG); `text` is
 // then left unchanged.
 bool readFileBounded(std::string const& path, std::size_t limit, std::string& text);
+// The same for a descriptor the caller opened (and checked) itself: reads
+// from its current offset to the end.
+bool readFdBounded(int fd, std::size_t limit, std::string& text);
 
 // Writes all of `text`, retrying short writes and interrupted calls.
 bool writeAll(int fd, std::string const& text);

@@ -22,10 +22,16 @@ class InterProcessMutex {
 
   // 0 on success, -1 otherwise (errno tells why: EWOULDBLOCK when held).
   int acquire();
+  // The same, shared: any number of processes may hold the mutex shared at
+  // once, and none while one holds it exclusively (acquire()). For readers
+  // of what the exclusive holders write.
+  int acquireShared();
   int release();
   bool held() const { return fd_ >= 0; }
 
  private:
+  int lockAs(int operation);  // LOCK_EX or LOCK_SH
+
   std::string path_;
   bool wait_;
   int fd_ = -1;

@@ -199,7 +199,7 @@ class Variant {
   // as U+FFFD, so the output is always valid JSON.
   bool ToJSON(std::string& out, bool styled) const;
   // Writes atomically: a temporary file in the same folder, fsync, rename.
-  // The file keeps the mode of the one it replaces; a new file is 0600.
+  // The file is always left with mode 0600, whatever the one it replaces had.
   bool ToJSONFile(std::string const& path, bool styled) const;
   // Printable form of a scalar ("" for containers and empty values, "null"
   // for null, a time value in ISO 8601 as in ToJSON).
