@@ -58,7 +58,8 @@ Variant startOrStopService(std::string const& daemon, Variant const& request) {
     return known;
   });
   if (!known) return errorAnswer("unknown service '" + service + "'");
-  return stored ? answer : errorAnswer("cannot store the state of " + daemon);
+  return stored && publishServices() ? answer
+                                     : errorAnswer("cannot store the state of " + daemon);
 }
 
 // A real camera restarts after this; the simulated one just forgets.

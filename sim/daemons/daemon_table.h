@@ -54,6 +54,10 @@ orvo::variant::Variant adopt(std::string const& daemon, orvo::variant::Variant c
 orvo::variant::Variant cancelWait(std::string const& daemon,
                                   orvo::variant::Variant const& request);
 
+// Publishes the control server's services and their running state
+// (services_publish.cpp).
+bool publishServices();
+
 // Writes the management client's public state to /etc/avclient_state.json.
 bool publishAvclientState();
 // Sets the management client's adoption flag in its state and republishes

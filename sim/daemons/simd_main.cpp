@@ -19,6 +19,7 @@
 #include "daemon_table.h"
 #include "orvo/log.h"
 #include "sim_daemon.h"
+#include "snapshot_writer.h"
 #include "state_store.h"
 
 namespace {
@@ -38,6 +39,14 @@ int usage() {
   return 2;
 }
 
+// The streamer's still image, renewed while it runs; a failed write is
+// retried with the next picture.
+void keepSnapshotFresh(orvo::sim::SimDaemon& server) {
+  server.every(orvo::sim::kSnapshotPeriodMs, [frame = uint64_t{0}]() mutable {
+    orvo::sim::writeSnapshot(frame++);
+  });
+}
+
 int serve(std::string const& daemon) {
   openlog(daemon.c_str(), LOG_PID, LOG_LOCAL0);
   setLogFpSts(0);
@@ -53,11 +62,13 @@ int serve(std::string const& daemon) {
     return 1;
   }
   if (daemon == orvo::daemons::kAvclient) orvo::sim::publishAvclientState();
+  if (daemon == orvo::daemons::kCtlServer) orvo::sim::publishServices();
   orvo::sim::SimDaemon server(daemon);
   if (!server.listen()) {
     std::fprintf(stderr, "orvo_simd: %s cannot listen on the bus\n", daemon.c_str());
     return 1;
   }
+  if (daemon == orvo::daemons::kStreamer) keepSnapshotFresh(server);
   server.run(stopRequested);
   return 0;
 }
