@@ -12,7 +12,8 @@ namespace e2e {
 // The address every direct call comes from.
 constexpr char kMaintenanceAddr[] = "10.1.2.3";
 
-// Logs in directly (version 0.1, no daemon needed); "authId=<id>".
+// Logs in directly (version 0.1, no daemon needed) and empties the log
+// afterwards; "authId=<id>".
 std::string directSessionCookie(CameraRoot const& root);
 
 // `method` id=`id` with the session cookie and, when not empty, a JSON body.
