@@ -18,6 +18,8 @@
 #include "daemon_names.h"
 #include "daemon_table.h"
 #include "orvo/log.h"
+#include "orvo/utils/file.h"
+#include "orvo/utils/paths.h"
 #include "sim_daemon.h"
 #include "snapshot_writer.h"
 #include "state_store.h"
@@ -40,8 +42,10 @@ int usage() {
 }
 
 // The streamer's still image, renewed while it runs; a failed write is
-// retried with the next picture.
+// retried with the next picture. The streamer is the picture's only writer,
+// so what a killed earlier run left half-written beside it can go.
 void keepSnapshotFresh(orvo::sim::SimDaemon& server) {
+  orvo::utils::removeStaleTemporaries(orvo::utils::devicePath(orvo::sim::kSnapshotPath));
   server.every(orvo::sim::kSnapshotPeriodMs, [frame = uint64_t{0}]() mutable {
     orvo::sim::writeSnapshot(frame++);
   });

@@ -1,5 +1,6 @@
 #include "orvo/utils/services.h"
 
+#include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
 #include "orvo/variant/variant.h"
 
@@ -10,32 +11,45 @@ namespace {
 
 using orvo::variant::Variant;
 
-// The published entries; empty when the file is missing or not the list.
-std::vector<Variant> readEntries() {
-  Variant file;
-  if (!file.FromJSONFile(devicePath(kServicesFile))) return {};
-  Variant const* list = file.GetKeyChain(orvo::variant::VT_ARRAY, "services", false);
-  if (list == nullptr || list->Type() != orvo::variant::VT_ARRAY) return {};
-  std::vector<Variant> entries;
-  for (Variant const& entry : list->Elements()) {
-    if (entry.Has(orvo::variant::VT_STRING, "name")) entries.push_back(entry);
-  }
-  return entries;
+// A list of a few services; anything near this is not one.
+constexpr std::size_t kMaxListBytes = 64 * 1024;
+
+std::vector<ServiceEntry> readEntries() {
+  std::string text;
+  if (!readFileBounded(devicePath(kServicesFile), kMaxListBytes, text)) return {};
+  return parseServiceList(text);
 }
 
 }  // namespace
 
+std::vector<ServiceEntry> parseServiceList(std::string const& text) {
+  Variant file;
+  if (!file.FromJSON(text)) return {};
+  Variant const* list = file.GetKeyChain(orvo::variant::VT_ARRAY, "services", false);
+  if (list == nullptr || list->Type() != orvo::variant::VT_ARRAY) return {};
+  std::vector<ServiceEntry> entries;
+  for (Variant const& item : list->Elements()) {
+    if (!item.Has(orvo::variant::VT_STRING, "name")) continue;
+    ServiceEntry entry;
+    entry.name = item.StringAt("name");
+    entry.stateKnown = item.Has(orvo::variant::VT_BOOL, "running");
+    entry.running = item.BoolAt("running");
+    entries.push_back(entry);
+  }
+  return entries;
+}
+
 std::vector<std::string> ListServices() {
   std::vector<std::string> names;
-  for (Variant const& entry : readEntries()) names.push_back(entry.StringAt("name"));
+  for (ServiceEntry const& entry : readEntries()) names.push_back(entry.name);
   return names;
 }
 
 bool ServiceStatus(std::string const& name, int& state) {
-  for (Variant const& entry : readEntries()) {
-    if (entry.StringAt("name") != name) continue;
-    if (!entry.Has(orvo::variant::VT_BOOL, "running")) return false;
-    state = entry.BoolAt("running") ? 1 : 0;
+  for (ServiceEntry const& entry : readEntries()) {
+    if (entry.name != name) continue;
+    if (!entry.stateKnown) return false;
+    state = entry.running ? 1 : 0;
     return true;
   }
   return false;

@@ -214,3 +214,17 @@ TEST(Services, NoListNoServices) {
   root.write("/var/run/services.json", R"({"services": {"ssh": true}})");
   EXPECT_EQ(serviceView(root), "");
 }
+
+TEST(Services, ParseKeepsOrderAndTellsUnknownStates) {
+  auto entries = orvo::utils::parseServiceList(
+      R"({"services": [{"name": "b", "running": true}, {"name": "a", "running": 1}, {"x": 1}]})");
+  ASSERT_EQ(entries.size(), 2u);
+  EXPECT_EQ(entries[0].name, "b");
+  EXPECT_TRUE(entries[0].stateKnown);
+  EXPECT_TRUE(entries[0].running);
+  EXPECT_EQ(entries[1].name, "a");
+  EXPECT_FALSE(entries[1].stateKnown);
+  EXPECT_FALSE(entries[1].running);
+  EXPECT_TRUE(orvo::utils::parseServiceList("[]").empty());
+  EXPECT_TRUE(orvo::utils::parseServiceList("").empty());
+}

@@ -12,6 +12,16 @@ namespace utils {
 
 constexpr char kServicesFile[] = "/var/run/services.json";
 
+struct ServiceEntry {
+  std::string name;
+  bool stateKnown = false;  // "running" is a boolean
+  bool running = false;
+};
+
+// The entries of a published list's text, in order; entries without a
+// string name are skipped. Empty when the text is not such a list.
+std::vector<ServiceEntry> parseServiceList(std::string const& text);
+
 // The names of the controllable services, in list order; empty when the list
 // cannot be read.
 std::vector<std::string> ListServices();
