@@ -1,4 +1,4 @@
-// The snapshot module's helpers, visible to the unit tests.
+// What the snapshot module decides by rule, visible to the unit tests.
 #pragma once
 
 #include <string>

@@ -24,22 +24,22 @@ SimDaemon::SimDaemon(std::string const& daemon) : BusServer(daemon), daemon_(dae
 
 void SimDaemon::run(volatile std::sig_atomic_t const& stop) {
   while (stop == 0) {
-    runTaskIfDue();
+    runChoreIfDue();
     serve(msUntilNextDue());
     answerDue();
   }
 }
 
-void SimDaemon::every(unsigned periodMs, std::function<void()> task) {
-  task_ = std::move(task);
-  taskPeriodMs_ = periodMs;
-  taskDueMs_ = monotonicMs();
+void SimDaemon::every(unsigned periodMs, std::function<void()> chore) {
+  chore_ = std::move(chore);
+  chorePeriodMs_ = periodMs;
+  choreDueMs_ = monotonicMs();
 }
 
-void SimDaemon::runTaskIfDue() {
-  if (!task_ || monotonicMs() < taskDueMs_) return;
-  task_();
-  taskDueMs_ = monotonicMs() + taskPeriodMs_;
+void SimDaemon::runChoreIfDue() {
+  if (!chore_ || monotonicMs() < choreDueMs_) return;
+  chore_();
+  choreDueMs_ = monotonicMs() + chorePeriodMs_;
 }
 
 void SimDaemon::HandleRequest(BaseRequestMessage& request, bool& accept) {
@@ -70,7 +70,7 @@ unsigned SimDaemon::msUntilNextDue() const {
   int64_t wait = kServeSliceMs;
   int64_t const now = monotonicMs();
   for (HeldAnswer const& held : held_) wait = std::min(wait, held.dueMs - now);
-  if (task_) wait = std::min(wait, taskDueMs_ - now);
+  if (chore_) wait = std::min(wait, choreDueMs_ - now);
   return static_cast<unsigned>(std::max<int64_t>(wait, 0));
 }
 

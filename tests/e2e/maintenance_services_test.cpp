@@ -8,7 +8,7 @@
 
 #include "camera_support.h"
 #include "harness/http.h"
-#include "maintenance_helpers.h"
+#include "maintenance_calls.h"
 
 namespace orvo {
 namespace e2e {

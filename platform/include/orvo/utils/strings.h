@@ -1,4 +1,4 @@
-// Text helpers shared by the endpoints.
+// Text functions shared by the endpoints.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// The snapshot module's content-type rule and its regular-expression helper.
+// The snapshot module's content-type rule and its regular-expression match.
 #include <gtest/gtest.h>
 
 #include "rest_snapshot.h"

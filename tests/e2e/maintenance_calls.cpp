@@ -1,4 +1,4 @@
-#include "maintenance_helpers.h"
+#include "maintenance_calls.h"
 
 #include <gtest/gtest.h>
 
