@@ -2,13 +2,27 @@
 # The simulated camera's own description and system configuration, and the
 # configuration writer /bin/orvo_system_cfg. `init` calls device_init.
 
-# The writer's program: $ORVO_SYSTEM_CFG_TOOL when set, else found as the
-# simulator's other programs are (built only inside `up`).
-system_cfg_tool() {
-  if [ -n "${ORVO_SYSTEM_CFG_TOOL:-}" ]; then
-    echo "$ORVO_SYSTEM_CFG_TOOL"
+# A platform tool's program (orvo_system_cfg, orvo_support): the path in the
+# given override variable when set, else found as the simulator's other
+# programs are (built only inside `up`).
+platform_tool() {  # <program> <override variable>
+  local override=${!2:-}
+  if [ -n "$override" ]; then
+    echo "$override"
   else
-    sim_program orvo_system_cfg
+    sim_program "$1"
+  fi
+}
+
+# The root's /bin/<name> becomes a link to the built tool.
+install_platform_tool() {  # <root> <name> <program> <override variable> <what fails without>
+  local tool
+  tool=$(platform_tool "$3" "$4")
+  if [ -x "$tool" ]; then
+    ln -sfn -- "$(realpath -- "$tool")" "$1/bin/$2"
+  else
+    echo "camsim: $tool is not built; $5 will fail" \
+      "(build the $3 target or set $4)" >&2
   fi
 }
 
@@ -17,14 +31,9 @@ device_init() {  # <root>
   mkdir -p -- "$root/etc/orvo"
   write_camera_info "$root/etc/orvo/camera_info.json"
   write_system_cfg "$root/etc/orvo/system.cfg"
-  local tool
-  tool=$(system_cfg_tool)
-  if [ -x "$tool" ]; then
-    ln -sfn -- "$(realpath -- "$tool")" "$root/bin/orvo_system_cfg"
-  else
-    echo "camsim: $tool is not built; settings writes will fail" \
-      "(build the orvo_system_cfg target or set ORVO_SYSTEM_CFG_TOOL)" >&2
-  fi
+  install_platform_tool "$root" orvo_system_cfg orvo_system_cfg ORVO_SYSTEM_CFG_TOOL \
+    "settings writes"
+  install_platform_tool "$root" support orvo_support ORVO_SUPPORT_TOOL "support bundles"
 }
 
 # A wired and wireless bullet camera on its first day.

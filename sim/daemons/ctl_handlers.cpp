@@ -61,7 +61,8 @@ Variant startOrStopService(std::string const& daemon, Variant const& request) {
     return known;
   });
   if (!known) return errorAnswer("unknown service '" + service + "'");
-  return stored ? answer : errorAnswer("cannot store the state of " + daemon);
+  return stored && publishServices() ? answer
+                                     : errorAnswer("cannot store the state of " + daemon);
 }
 
 bool resetDaemonStates() {

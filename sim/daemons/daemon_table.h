@@ -63,6 +63,9 @@ orvo::variant::Variant cancelWait(std::string const& daemon,
 // Every daemon's state back to its defaults (and the management client's
 // published view with it); nothing else of the camera changes.
 bool resetDaemonStates();
+// Publishes the control server's services and their running state
+// (services_publish.cpp).
+bool publishServices();
 
 // Writes the management client's public state to /etc/avclient_state.json.
 bool publishAvclientState();

@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "daemon_table.h"
 #include "state_store.h"
@@ -23,9 +24,22 @@ SimDaemon::SimDaemon(std::string const& daemon) : BusServer(daemon), daemon_(dae
 
 void SimDaemon::run(volatile std::sig_atomic_t const& stop) {
   while (stop == 0) {
+    runChoreIfDue();
     serve(msUntilNextDue());
     answerDue();
   }
+}
+
+void SimDaemon::every(unsigned periodMs, std::function<void()> chore) {
+  chore_ = std::move(chore);
+  chorePeriodMs_ = periodMs;
+  choreDueMs_ = monotonicMs();
+}
+
+void SimDaemon::runChoreIfDue() {
+  if (!chore_ || monotonicMs() < choreDueMs_) return;
+  chore_();
+  choreDueMs_ = monotonicMs() + chorePeriodMs_;
 }
 
 void SimDaemon::HandleRequest(BaseRequestMessage& request, bool& accept) {
@@ -57,6 +71,7 @@ unsigned SimDaemon::msUntilNextDue() const {
   int64_t wait = kServeSliceMs;
   int64_t const now = monotonicMs();
   for (HeldAnswer const& held : held_) wait = std::min(wait, held.dueMs - now);
+  if (chore_) wait = std::min(wait, choreDueMs_ - now);
   return static_cast<unsigned>(std::max<int64_t>(wait, 0));
 }
 

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ class SimDaemon : public orvo::ipc::BusServer {
 
   // Serves until `stop` becomes non-zero.
   void run(volatile std::sig_atomic_t const& stop);
+  // Runs `chore` between requests every `periodMs` (first at once), for work
+  // a daemon does on its own, such as the streamer's still image.
+  void every(unsigned periodMs, std::function<void()> chore);
 
  protected:
   void HandleRequest(orvo::ipc::messages::BaseRequestMessage& request, bool& accept) override;
@@ -34,10 +38,14 @@ class SimDaemon : public orvo::ipc::BusServer {
   };
 
   void answerDue();
+  void runChoreIfDue();
   unsigned msUntilNextDue() const;
 
   std::string daemon_;
   std::vector<HeldAnswer> held_;
+  std::function<void()> chore_;
+  unsigned chorePeriodMs_ = 0;
+  int64_t choreDueMs_ = 0;
 };
 
 // Milliseconds of the monotonic clock (answer delays must not follow the

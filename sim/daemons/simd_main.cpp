@@ -20,7 +20,10 @@
 #include "daemon_names.h"
 #include "daemon_table.h"
 #include "orvo/log.h"
+#include "orvo/utils/file.h"
+#include "orvo/utils/paths.h"
 #include "sim_daemon.h"
+#include "snapshot_writer.h"
 #include "state_store.h"
 
 namespace {
@@ -41,6 +44,16 @@ int usage() {
   return 2;
 }
 
+// The streamer's still image, renewed while it runs; a failed write is
+// retried with the next picture. The streamer is the picture's only writer,
+// so what a killed earlier run left half-written beside it can go.
+void keepSnapshotFresh(orvo::sim::SimDaemon& server) {
+  orvo::utils::removeStaleTemporaries(orvo::utils::devicePath(orvo::sim::kSnapshotPath));
+  server.every(orvo::sim::kSnapshotPeriodMs, [frame = uint64_t{0}]() mutable {
+    orvo::sim::writeSnapshot(frame++);
+  });
+}
+
 int serve(std::string const& daemon) {
   openlog(daemon.c_str(), LOG_PID, LOG_LOCAL0);
   setLogFpSts(0);
@@ -56,11 +69,13 @@ int serve(std::string const& daemon) {
     return 1;
   }
   if (daemon == orvo::daemons::kAvclient) orvo::sim::publishAvclientState();
+  if (daemon == orvo::daemons::kCtlServer) orvo::sim::publishServices();
   orvo::sim::SimDaemon server(daemon);
   if (!server.listen()) {
     std::fprintf(stderr, "orvo_simd: %s cannot listen on the bus\n", daemon.c_str());
     return 1;
   }
+  if (daemon == orvo::daemons::kStreamer) keepSnapshotFresh(server);
   server.run(stopRequested);
   return 0;
 }

@@ -1,0 +1,116 @@
+#include "support_redact.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "orvo/utils/account.h"
+#include "orvo/utils/file.h"
+#include "orvo/utils/paths.h"
+#include "orvo/variant/variant.h"
+
+namespace orvo {
+namespace sim {
+
+namespace {
+
+using orvo::variant::Variant;
+
+constexpr std::size_t kMaxSecretFileBytes = 1u << 20;
+constexpr char kSessionDatabase[] = "/tmp/.rest_0_1.db";
+
+// Key names holding secrets: exact (lower-cased) ...
+constexpr char const* kSecretNames[] = {"key", "psk", "wepkey", "token"};
+// ... or containing one of these.
+constexpr char const* kSecretParts[] = {"password", "passwd", "passphrase", "secret",
+                                        "token",    "hash",   "privatekey", "private_key"};
+
+std::string lowered(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+std::string readOrEmpty(char const* devicePathOfFile) {
+  std::string text;
+  orvo::utils::readFileBounded(orvo::utils::devicePath(devicePathOfFile), kMaxSecretFileBytes,
+                               text);
+  return text;
+}
+
+std::string firstLine(std::string const& text) { return text.substr(0, text.find('\n')); }
+
+void blankSecrets(Variant& value) {
+  if (value.Type() == orvo::variant::VT_ARRAY) {
+    for (std::size_t i = 0; i < value.KeysCount(); ++i) blankSecrets(value[i]);
+    return;
+  }
+  for (auto it = value.str_begin(); it != value.str_end(); ++it) {
+    if (Redactor::secretKey(it->first) && it->second.Type() == orvo::variant::VT_STRING &&
+        !static_cast<std::string const&>(it->second).empty()) {
+      it->second = Redactor::kRemoved;
+    } else {
+      blankSecrets(it->second);
+    }
+  }
+}
+
+}  // namespace
+
+Redactor Redactor::fromCamera() {
+  std::vector<std::string> secrets;
+  // "<user>:<hash>"
+  std::string const account = firstLine(readOrEmpty(orvo::utils::kAccountFile));
+  std::string::size_type const colon = account.find(':');
+  if (colon != std::string::npos) secrets.push_back(account.substr(colon + 1));
+  secrets.push_back(firstLine(readOrEmpty(orvo::utils::kAuthTokenFile)));
+  Variant sessions;
+  if (sessions.FromJSON(readOrEmpty(kSessionDatabase))) {
+    for (auto it = sessions.str_begin(); it != sessions.str_end(); ++it) {
+      secrets.push_back(it->first);
+    }
+  }
+  return Redactor(std::move(secrets));
+}
+
+Redactor::Redactor(std::vector<std::string> secrets) {
+  for (std::string& secret : secrets) {
+    if (secret.size() >= kMinSecretBytes) secrets_.push_back(std::move(secret));
+  }
+  // Longest first, so a secret holding another is cut whole.
+  std::sort(secrets_.begin(), secrets_.end(),
+            [](std::string const& a, std::string const& b) { return a.size() > b.size(); });
+}
+
+std::string Redactor::text(std::string const& text) const {
+  std::string out = text;
+  for (std::string const& secret : secrets_) {
+    for (std::string::size_type at = out.find(secret); at != std::string::npos;
+         at = out.find(secret, at + sizeof kRemoved - 1)) {
+      out.replace(at, secret.size(), kRemoved);
+    }
+  }
+  return out;
+}
+
+std::string Redactor::json(std::string const& text) const {
+  Variant document;
+  std::string out;
+  if (!document.FromJSON(text)) return this->text(text);
+  blankSecrets(document);
+  if (!document.ToJSON(out, true)) return this->text(text);
+  return this->text(out + "\n");
+}
+
+bool Redactor::secretKey(std::string const& name) {
+  std::string const key = lowered(name);
+  for (char const* exact : kSecretNames) {
+    if (key == exact) return true;
+  }
+  for (char const* part : kSecretParts) {
+    if (key.find(part) != std::string::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace sim
+}  // namespace orvo

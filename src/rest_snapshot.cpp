@@ -1,0 +1,106 @@
+// GET or POST id=<version>/snapshot: the latest still image the video
+// pipeline keeps at /tmp/snap.jpeg, sent as it is on disk.
+#include "rest_snapshot.h"
+
+#include <regex.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+
+#include "handlers.h"
+#include "orvo/utils/file_handle.h"
+#include "orvo/utils/paths.h"
+#include "rest_log.h"
+
+namespace orvo::rest::snapshot {
+
+constexpr char kLogFile[] = "src/rest_snapshot";
+
+namespace {
+
+constexpr char kSnapshotPath[] = "/tmp/snap.jpeg";
+constexpr std::size_t kRegexErrorBytes = 1024;
+
+// `path` is the device path; the log names it so.
+bool SendFile(std::string const& path, CGIResponse& response) {
+  orvo::utils::File file;
+  if (!file.Initialize(orvo::utils::devicePath(path), 0, 0)) {
+    ORVO_LOG("SendFile", LOG_ERR, errno, "Failed to open file %s", path.c_str());
+    return false;
+  }
+  std::string content;
+  if (!file.ReadStringAll(content)) {
+    ORVO_LOG("SendFile", LOG_ERR, errno, "Failed to read file %s", path.c_str());
+    return false;
+  }
+  response.SetHttpHeader("Content-Type", ContentTypeOf(path));
+  int64_t const size = file.Size();
+  if (size < 0) {
+    ORVO_LOG("SendFile", LOG_ERR, 0, "Failed to write file %s", path.c_str());
+    return false;
+  }
+  if (size > 0) {
+    std::size_t const count = std::min(static_cast<std::size_t>(size), content.size());
+    response.body.write(content.data(), static_cast<std::streamsize>(count));
+    if (!response.body.good()) {
+      ORVO_LOG("SendFile", LOG_ERR, 0, "Failed to write file %s", path.c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool RegexMatch(std::string const& text, std::string const& pattern) {
+  regex_t compiled;
+  int const error = regcomp(&compiled, pattern.c_str(), REG_EXTENDED | REG_NOSUB);
+  if (error != 0) {
+    char message[kRegexErrorBytes];
+    regerror(error, &compiled, message, sizeof message);
+    ORVO_LOG("RegexMatch", LOG_ERR, 0, "Failed to compile regex: %s", message);
+    regfree(&compiled);
+    return false;
+  }
+  bool const matched = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+  regfree(&compiled);
+  return matched;
+}
+
+std::string ContentTypeOf(std::string const& path) {
+  std::string::size_type const dot = path.rfind('.');
+  if (dot == std::string::npos || dot + 1 == path.size()) return "application/octet-stream";
+  std::string extension = path.substr(dot + 1);
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension == "jpg" || extension == "jpeg" ? "image/jpeg" : "application/octet-stream";
+}
+
+}  // namespace orvo::rest::snapshot
+
+ORVO_REST_HANDLER(rest_snapshot_main) {
+  using namespace orvo::rest::snapshot;
+  (void)version;
+  (void)endpoint;
+  (void)rest;
+  openlog("rest_snapshot", LOG_PID, LOG_LOCAL0);
+  setLogFpSts(0);
+
+  std::string const method = request.Method();
+  if (method != "GET" && method != "POST") {
+    ORVO_LOG("rest_snapshot_main", LOG_ERR, 0, "Cannot process %s request", method.c_str());
+    return -1;
+  }
+  // A link is not the pipeline's picture: /tmp is shared, links are not followed.
+  std::string const path = orvo::utils::devicePath(kSnapshotPath);
+  if (!orvo::utils::fileExists(path.c_str(), true) || !orvo::utils::isFile(path)) {
+    ORVO_LOG("rest_snapshot_main", LOG_WARNING, 0, "File %s does not exist or is not a file",
+             kSnapshotPath);
+    response.SetStatus(orvo::cgi::kHttpNotFound);
+    return -1;
+  }
+  if (!SendFile(kSnapshotPath, response)) return -1;
+  response.SetStatus(orvo::cgi::kHttpOk);
+  return response.Commit();
+}
