@@ -54,7 +54,7 @@ TEST_F(ProvisioningCgi, SetupGetShowsTheFreshCamera) {
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.headers["Content-Type"], "application/json");
   EXPECT_EQ(answer.body,
-            R"({"ctlAddr":"","ctlUuid":"","deviceName":"","netDns1":"192.168.1.1",)"
+            R"({"ctlAddr":"","ctlUuid":"","deviceName":"orvo-camera","netDns1":"192.168.1.1",)"
             R"("netDns2":"","netGw":"","netIp":"","netMask":"","netMode":"dhcp",)"
             R"("wifiAuth":"psk","wifiKey":"none","wifiSsid":""})");
 }
@@ -128,7 +128,7 @@ TEST_F(ProvisioningCgi, SetupBodyThatIsNotJsonChangesNothing) {
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
   EXPECT_TRUE(waitUntil([&] {
-    return countLines(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
+    return countSummaries(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
   }));
   Lines const since = summariesSince(root(), mark);
   EXPECT_NE(std::find(since.begin(), since.end(),
@@ -150,7 +150,7 @@ TEST_F(ProvisioningCgi, SetupOneMebibyteBodyChangesNothing) {
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
   EXPECT_TRUE(waitUntil([&] {
-    return countLines(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
+    return countSummaries(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
   }));
   EXPECT_EQ(systemCfg(), cfgBefore);
   EXPECT_EQ(networkSettings(), networkBefore);

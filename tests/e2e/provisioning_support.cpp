@@ -25,6 +25,12 @@ std::vector<std::string> summariesSince(CameraRoot const& root, std::size_t mark
   return std::vector<std::string>(all.begin() + static_cast<long>(mark), all.end());
 }
 
+std::size_t countSummaries(CameraRoot const& root, std::string const& part) {
+  std::size_t count = 0;
+  for (std::string const& line : summaries(root)) count += line.find(part) != std::string::npos;
+  return count;
+}
+
 bool waitUntil(std::function<bool()> const& done, std::chrono::milliseconds limit) {
   auto const deadline = std::chrono::steady_clock::now() + limit;
   while (!done()) {
@@ -32,6 +38,10 @@ bool waitUntil(std::function<bool()> const& done, std::chrono::milliseconds limi
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
   return true;
+}
+
+std::string field(orvo::variant::Variant document, char const* path) {
+  return text(document, path);
 }
 
 orvo::variant::Variant stateOf(CameraRoot const& root, char const* daemon) {

@@ -11,6 +11,7 @@
 #include "access_support.h"
 #include "harness/camera.h"
 #include "harness/http.h"
+#include "orvo/variant/variant.h"
 
 namespace orvo {
 namespace e2e {
@@ -22,9 +23,15 @@ std::string cgiSessionCookie(CameraRoot const& root, std::string const& addr = "
 // written after the first `mark` ones (mark: summaries(root).size() before).
 std::vector<std::string> summariesSince(CameraRoot const& root, std::size_t mark);
 
+// How many summaries contain `part`.
+std::size_t countSummaries(CameraRoot const& root, std::string const& part);
+
 // Polls `done` every 50 ms until it is true or `limit` has passed.
 bool waitUntil(std::function<bool()> const& done,
                std::chrono::milliseconds limit = std::chrono::seconds(2));
+
+// text(document, path) of camera_support.h for a document just received.
+std::string field(orvo::variant::Variant document, char const* path);
 
 // The JSON state of a simulated daemon of `root`, parsed.
 orvo::variant::Variant stateOf(CameraRoot const& root, char const* daemon);

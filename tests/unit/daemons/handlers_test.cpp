@@ -134,17 +134,18 @@ TEST_F(Handlers, ScanListsAccessPointsWithoutPassphrases) {
 }
 
 TEST_F(Handlers, VisibleNetworksAreAddedReplacedAndRemoved) {
+  ASSERT_TRUE(sim::resetState(sim::kNetworkDaemon));
   EXPECT_EQ(sim::setAccessPoint("Attic", "attic-pass-1", -45), "");
   EXPECT_EQ(sim::setAccessPoint("Attic", "attic-pass-2", -70), "");
   Variant state;
   ASSERT_TRUE(sim::readState(sim::kNetworkDaemon, state));
   ASSERT_EQ(state["accessPoints"].KeysCount(), 4u);
   Variant const& attic = state["accessPoints"][3];
-  EXPECT_TRUE(attic["essid"] == "Attic");
-  EXPECT_TRUE(attic["passphrase"] == "attic-pass-2");
-  EXPECT_EQ(static_cast<int>(attic["signalLevel"]), 70);
-  EXPECT_EQ(static_cast<int>(attic["quality"]), 40);
-  EXPECT_TRUE(attic["keyManagement"] == "WPA2-PSK");
+  EXPECT_EQ(attic.StringAt("essid"), "Attic");
+  EXPECT_EQ(attic.StringAt("passphrase"), "attic-pass-2");
+  EXPECT_EQ(attic.IntAt("signalLevel"), 70);
+  EXPECT_EQ(attic.IntAt("quality"), 40);
+  EXPECT_EQ(attic.StringAt("keyManagement"), "WPA2-PSK");
   ask(sim::kNetworkDaemon, R"({"functionName": "ChangeNetworkSettings",
       "wifi": {"ssid": "Attic", "key": "wpa", "wpa": {"psk": "attic-pass-2"}}})");
   EXPECT_TRUE(ask(sim::kNetworkDaemon, R"({"functionName": "NetworkStatus"})")["wlanMode"] ==
@@ -160,6 +161,7 @@ TEST_F(Handlers, VisibleNetworksAreAddedReplacedAndRemoved) {
 }
 
 TEST_F(Handlers, VisibleNetworkArgumentsAreChecked) {
+  ASSERT_TRUE(sim::resetState(sim::kNetworkDaemon));
   EXPECT_NE(sim::setAccessPoint("", "attic-pass-1", -45), "");
   EXPECT_NE(sim::setAccessPoint(std::string(33, 's'), "attic-pass-1", -45), "");
   EXPECT_NE(sim::setAccessPoint("Attic", "short", -45), "");
