@@ -282,6 +282,27 @@ TEST_F(ProvisioningHttp, ManageFallbackChoosesTestedOrDirectChange) {
   EXPECT_EQ(field(status(), "wifi/mode"), R"("searching")");
 }
 
+// Values of another type count as absent: a number token is sent as "",
+// a "fallback" that is not a boolean tests the network first, a
+// "playSounds" that is not a boolean is not sent, and a "wifi" that is not
+// an object is neither applied nor repeated.
+TEST_F(ProvisioningHttp, ManageWrongTypedOptionalValuesCountAsAbsent) {
+  HttpResponse answer = postManage(R"("mgmt":{"protocol":"wss","hosts":[],"token":5},
+      "wifi":{"ssid":"HomeNet","password":"wrong-passphrase","fallback":"no","playSounds":"yes"})");
+  EXPECT_EQ(answer.status, 200);
+  Variant avclient = stateOf(root(), "orvo_avclient");
+  EXPECT_EQ(text(avclient, "token"), R"("")");
+  Variant state = network();
+  EXPECT_EQ(text(state, "settings/wifi/ssid"), R"("")");
+  EXPECT_EQ(text(state, "settings/wifi/enableSounds"), "true");
+
+  answer = postManage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.net"]},"wifi":"HomeNet")");
+  EXPECT_EQ(answer.status, 200);
+  EXPECT_EQ(answer.body, R"({"mgmt":{"hosts":["ctl.example.net"],"protocol":"wss"}})");
+  state = network();
+  EXPECT_EQ(text(state, "settings/wifi/ssid"), R"("")");
+}
+
 }  // namespace
 }  // namespace e2e
 }  // namespace orvo
