@@ -24,9 +24,6 @@ int notAvailable(char const* identity, CGIRequest const& request, std::string co
     return notAvailable(identity, request, endpoint); \
   }
 
-PENDING_HANDLER(rest_connect_main, "rest_connect")
 PENDING_HANDLER(rest_check_main, "rest_check")
 PENDING_HANDLER(rest_firmware_main, "rest_firmware")
-PENDING_HANDLER(rest_manage_main, "rest_manage")
-PENDING_HANDLER(rest_setup_main, "rest_setup")
 PENDING_HANDLER(rest_upgrade_main, "rest_upgrade")

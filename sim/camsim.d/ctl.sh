@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS"
+CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS|ap SSID PASSPHRASE|open|remove [SIGNAL_DBM]"
 describe_command ctl "$CTL_USAGE" \
-  "test controls of one daemon, in force from its next request (adopted: orvo_avclient only; scan-duration: orvo_networkd only, default 2000)"
+  "test controls of one daemon, in force from its next request (adopted: orvo_avclient only; scan-duration, ap (a visible wireless network): orvo_networkd only)"
 
 cmd_ctl() {
   take_root "$@"
@@ -24,6 +24,14 @@ cmd_ctl() {
       [ "$daemon" = orvo_networkd ] || die "ctl: scan-duration is a control of orvo_networkd only"
       [ $# -eq 3 ] || die "ctl: scan-duration needs a value"
       set_control "$daemon" "$action" "$3" ;;
+    ap)
+      # The visible wireless networks are the network daemon's state.
+      [ "$daemon" = orvo_networkd ] || die "ctl: ap is a control of orvo_networkd only"
+      [ $# -eq 4 ] || { [ $# -eq 5 ] && [ "$4" != remove ]; } ||
+        die "ctl: ap takes SSID PASSPHRASE|open [SIGNAL_DBM], or SSID remove"
+      shift 2
+      ORVO_ROOT=$CAMSIM_ROOT "$(sim_program orvo_simd)" ctl "$daemon" ap "$@" ||
+        die "ctl: cannot change the visible network '$1'" ;;
     latency|silent)
       [ $# -eq 3 ] || die "ctl: $action needs a value"
       set_control "$daemon" "$action" "$3" ;;

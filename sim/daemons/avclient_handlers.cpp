@@ -74,13 +74,14 @@ Variant avclientState(std::string const& daemon, Variant const&) {
   return publicView(state);
 }
 
+// Records the controller; the adoption is under way ("adopting") until the
+// controller confirms it, which a test does with `setAdoption`.
 Variant adopt(std::string const& daemon, Variant const& request) {
   Variant fields;
   normalizedFields("Adopt", request, fields);
   return changeState(daemon, [&fields](Variant& state) {
     Variant const& hosts = fields["hosts"];
-    state["adopted"] = true;
-    state["state"] = "connecting";
+    state["state"] = "adopting";
     state["protocol"] = fields.StringAt("protocol");
     state["hosts"] = hosts;
     state["host"] = hosts.KeysCount() > 0 ? hosts[0].ToString() : std::string();
@@ -90,8 +91,8 @@ Variant adopt(std::string const& daemon, Variant const& request) {
 }
 
 // The test control behind `camsim ctl orvo_avclient adopted true|false`: the
-// adoption flag alone, without a controller to talk to. Controller, hosts and
-// uuid stay as they are; a camera let go waits to be adopted again.
+// controller confirming (or ending) an adoption. Controller, hosts and uuid
+// stay as they are; a camera let go waits to be adopted again.
 bool setAdoption(bool adopted) {
   Variant const answer = changeState(daemons::kAvclient, [adopted](Variant& state) {
     state["adopted"] = adopted;
@@ -101,12 +102,12 @@ bool setAdoption(bool adopted) {
   return !answer.Has(orvo::variant::VT_ANY, "error");
 }
 
-// Ends the wait for the controller: an adopted camera connects now.
+// Ends the wait for the controller: an adopted camera connects now; any
+// other state stays as it is.
 Variant cancelWait(std::string const& daemon, Variant const&) {
   return changeState(daemon, [](Variant& state) {
-    state["connectRequests"] = static_cast<long>(state["connectRequests"]) + 1;
-    bool const adopted = state.BoolAt("adopted");
-    state["state"] = adopted ? "connected" : "waiting";
+    state["cancelWaits"] = static_cast<long>(state["cancelWaits"]) + 1;
+    if (state.BoolAt("adopted")) state["state"] = "connected";
   });
 }
 

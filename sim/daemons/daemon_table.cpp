@@ -12,7 +12,7 @@ namespace {
 constexpr FunctionEntry kFunctions[] = {
     {daemons::kNetworkd, "NetworkStatus", &networkStatus},
     {daemons::kNetworkd, "ChangeNetworkSettings", &changeNetworkSettings},
-    {daemons::kNetworkd, "TestAndApplyNetworkSettings", &changeNetworkSettings},
+    {daemons::kNetworkd, "TestAndApplyNetworkSettings", &testAndApplyNetworkSettings},
     {daemons::kNetworkd, "ScanAP", &scanAccessPoints},
     {daemons::kIspServer, "ChangeIspSettings", &changeSettings},
     {daemons::kIspServer, "ResetIspSettings", &resetIspSettings},

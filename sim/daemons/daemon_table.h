@@ -44,6 +44,8 @@ orvo::variant::Variant networkStatus(std::string const& daemon,
                                      orvo::variant::Variant const& request);
 orvo::variant::Variant changeNetworkSettings(std::string const& daemon,
                                              orvo::variant::Variant const& request);
+orvo::variant::Variant testAndApplyNetworkSettings(std::string const& daemon,
+                                                   orvo::variant::Variant const& request);
 orvo::variant::Variant scanAccessPoints(std::string const& daemon,
                                         orvo::variant::Variant const& request);
 orvo::variant::Variant startOrStopService(std::string const& daemon,

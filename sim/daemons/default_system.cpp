@@ -9,7 +9,8 @@ namespace orvo {
 namespace sim {
 
 // "settings": ChangeNetworkSettings' shape; "link": the wired port; "lease":
-// what DHCP handed out; "accessPoints": what a wireless scan sees.
+// what DHCP handed out; "accessPoints": the visible wireless networks, each
+// with the "passphrase" that joins it ("" when open; access_points.h).
 char const kNetworkDefaults[] = R"({
   "settings": {
     "wifi": {"initialized": 0, "key": "none", "ssid": "", "enableSounds": true,
@@ -26,16 +27,13 @@ char const kNetworkDefaults[] = R"({
   "accessPoints": [
     {"essid": "HomeNet", "bssid": "74:83:c2:1a:2b:3c", "channel": 6, "frequency": 2437,
      "quality": 58, "qualityMax": 70, "signalLevel": 52, "noiseLevel": 95,
-     "keyManagement": "WPA2-PSK", "auth": "psk"},
-    {"essid": "HomeNet-5G", "bssid": "74:83:c2:1a:2b:3d", "channel": 44, "frequency": 5220,
-     "quality": 47, "qualityMax": 70, "signalLevel": 63, "noiseLevel": 95,
-     "keyManagement": "WPA2-PSK", "auth": "psk"},
+     "keyManagement": "WPA2-PSK", "auth": "psk", "passphrase": "orchard-lane-42"},
     {"essid": "Neighbours", "bssid": "b4:fb:e4:00:11:22", "channel": 11, "frequency": 2462,
      "quality": 21, "qualityMax": 70, "signalLevel": 89, "noiseLevel": 95,
-     "keyManagement": "WPA2-PSK", "auth": "psk"},
+     "keyManagement": "WPA2-PSK", "auth": "psk", "passphrase": "not-for-you-7"},
     {"essid": "CoffeeShop Guest", "bssid": "00:1d:7e:9a:8b:7c", "channel": 1,
      "frequency": 2412, "quality": 12, "qualityMax": 70, "signalLevel": 98,
-     "noiseLevel": 95, "keyManagement": "NONE", "auth": "none"}
+     "noiseLevel": 95, "keyManagement": "NONE", "auth": "none", "passphrase": ""}
   ]
 })";
 
@@ -48,10 +46,12 @@ char const kCtlserverDefaults[] = R"({
   "services": {"http": true, "ssh": false, "rtsp": false, "ntp": true, "upnp": false}
 })";
 
-// Not adopted: no controller, waiting to be adopted.
+// Not adopted: no controller, waiting to be adopted. "state" is "waiting",
+// "adopting" (an Adopt came, the controller has not confirmed yet),
+// "connecting" (adopted) or "connected" (adopted, told to stop waiting).
 char const kAvclientDefaults[] = R"({
   "adopted": false, "state": "waiting", "protocol": "wss", "hosts": [], "host": "",
-  "uuid": "", "token": "", "connectRequests": 0
+  "uuid": "", "token": "", "cancelWaits": 0
 })";
 
 namespace {

@@ -43,10 +43,6 @@ Variant changeDeviceSettings(std::string const& daemon, Variant const& request) 
   return mergeIntoSection(daemon, "device", request);
 }
 
-Variant changeNetworkSettings(std::string const& daemon, Variant const& request) {
-  return mergeIntoSection(daemon, kSettings, request);
-}
-
 Variant resetIspSettings(std::string const& daemon, Variant const&) {
   Variant answer;
   bool const stored = updateState(daemon, [&](Variant& state) {

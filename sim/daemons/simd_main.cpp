@@ -8,6 +8,9 @@
 //                                            a wireless scan lasts MS ms
 //   orvo_simd ctl orvo_avclient adopted true|false
 //                                            adopted by a controller or not
+//   orvo_simd ctl orvo_networkd ap SSID PASSPHRASE|open [SIGNAL_DBM]
+//                                            a visible wireless network
+//   orvo_simd ctl orvo_networkd ap SSID remove
 //   orvo_simd reset                          every daemon back to defaults
 #include <signal.h>
 #include <syslog.h>
@@ -17,6 +20,7 @@
 #include <cstring>
 #include <string>
 
+#include "access_points.h"
 #include "daemon_names.h"
 #include "daemon_table.h"
 #include "orvo/log.h"
@@ -39,7 +43,9 @@ int usage() {
       "usage: orvo_simd serve DAEMON | state DAEMON | ctl DAEMON latency MS |\n"
       "       orvo_simd ctl DAEMON silent on|off |\n"
       "       orvo_simd ctl orvo_networkd scan-duration MS |\n"
-      "       orvo_simd ctl orvo_avclient adopted true|false | reset\n",
+      "       orvo_simd ctl orvo_avclient adopted true|false |\n"
+      "       orvo_simd ctl orvo_networkd ap SSID PASSPHRASE|open [SIGNAL_DBM] |\n"
+      "       orvo_simd ctl orvo_networkd ap SSID remove | reset\n",
       stderr);
   return 2;
 }
@@ -113,7 +119,44 @@ int setAdopted(std::string const& daemon, std::string const& value) {
   return 1;
 }
 
-int control(std::string const& daemon, std::string const& what, char const* value) {
+bool parseSignal(char const* text, int& dbm) {
+  char* end = nullptr;
+  long const value = std::strtol(text, &end, 10);
+  if (end == text || *end != '\0' || value < orvo::sim::kMinSignalDbm ||
+      value > orvo::sim::kMaxSignalDbm) {
+    return false;
+  }
+  dbm = static_cast<int>(value);
+  return true;
+}
+
+// The visible wireless networks live in the network daemon's state.
+int setAccessPoint(std::string const& daemon, char** args, int count) {
+  if (daemon != orvo::daemons::kNetworkd || count < 2 || count > 3) return usage();
+  std::string const ssid = args[0];
+  std::string const key = args[1];
+  std::string problem;
+  if (key == "remove") {
+    if (count != 2) return usage();
+    problem = orvo::sim::removeAccessPoint(ssid);
+  } else {
+    int dbm = orvo::sim::kDefaultSignalDbm;
+    if (count == 3 && !parseSignal(args[2], dbm)) {
+      std::fprintf(stderr, "orvo_simd: the signal is %d to %d dBm\n", orvo::sim::kMinSignalDbm,
+                   orvo::sim::kMaxSignalDbm);
+      return 2;
+    }
+    problem = orvo::sim::setAccessPoint(ssid, key == "open" ? "" : key, dbm);
+  }
+  if (problem.empty()) return 0;
+  std::fprintf(stderr, "orvo_simd: %s\n", problem.c_str());
+  return 2;
+}
+
+int control(std::string const& daemon, std::string const& what, char** args, int count) {
+  if (what == "ap") return setAccessPoint(daemon, args, count);
+  if (count != 1) return usage();
+  char const* value = args[0];
   if (what == "adopted") return setAdopted(daemon, value);
   DaemonControls controls = orvo::sim::readControls(daemon);
   if (what == "latency") {
@@ -154,6 +197,6 @@ int main(int argc, char** argv) {
   }
   if (command == "serve" && argc == 3) return serve(daemon);
   if (command == "state" && argc == 3) return printState(daemon);
-  if (command == "ctl" && argc == 5) return control(daemon, argv[3], argv[4]);
+  if (command == "ctl" && argc >= 5) return control(daemon, argv[3], argv + 4, argc - 4);
   return usage();
 }

@@ -93,6 +93,11 @@ TEST_F(AccessHttp, TokenOpensLoginOnlyOnceTheSimulatedClientIsAdopted) {
       "call", camera.root().path(),
       {orvo::daemons::kAvclient, "{\"functionName\":\"Adopt\",\"hosts\":[\"wss://192.0.2.10:7442\"]}"});
   ASSERT_TRUE(adopt.exited && adopt.exitCode == 0) << adopt.err;
+  // An adoption is under way until the controller confirms it.
+  EXPECT_EQ(httpLogin(camera, "0.1", body).status, 401);
+  ProcessResult confirm =
+      runCamsim("ctl", camera.root().path(), {"orvo_avclient", "adopted", "true"});
+  ASSERT_TRUE(confirm.exited && confirm.exitCode == 0) << confirm.err;
   HttpResponse answer = httpLogin(camera, "0.1", body);
   EXPECT_EQ(answer.status, 200);
   EXPECT_EQ(cookieId(answer.header("Set-Cookie").value_or("")).size(), 32u);

@@ -40,5 +40,11 @@ std::string format(char const* pattern, ...) {
   return text;
 }
 
+std::vector<std::string> split(std::string const& text, std::string const& separator) {
+  std::vector<std::string> pieces;
+  split(text, separator, pieces);
+  return pieces;
+}
+
 }  // namespace utils
 }  // namespace orvo

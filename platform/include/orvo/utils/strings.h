@@ -16,6 +16,8 @@ std::size_t split(std::string const& text, std::string const& separator,
 
 // printf into a std::string, of any length.
 std::string format(char const* pattern, ...) __attribute__((format(printf, 1, 2)));
+// The same pieces, returned.
+std::vector<std::string> split(std::string const& text, std::string const& separator);
 
 }  // namespace utils
 }  // namespace orvo

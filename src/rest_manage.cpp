@@ -1,0 +1,198 @@
+// POST id=1.2/manage: a management controller hands over its adoption data
+// (protocol, hosts, token) and optionally the wireless network to join. The
+// wireless part goes to the network daemon, the adoption to the management
+// client; the answer repeats what was accepted.
+#include <iterator>
+
+#include "handlers.h"
+#include "messages/daemons.h"
+#include "messages/device.h"
+#include "messages/network.h"
+#include "orvo/variant/uri.h"
+#include "rest_log.h"
+#include "utils.h"
+
+using namespace orvo::ipc::messages;
+using orvo::variant::Variant;
+
+namespace orvo::rest::manage {
+
+constexpr char kLogFile[] = "src/rest_manage";
+
+namespace {
+
+constexpr char kRequiredScheme[] = "wss";
+constexpr unsigned kNetworkLimitMs = 5000;
+constexpr unsigned kAdoptLimitMs = 10000;
+
+Variant const* containerAt(Variant const& body, char const* path) {
+  return body.GetKeyChain(orvo::variant::VT_OBJECT, path, false);
+}
+
+// The host at `index` of an array or of an object (members in key order).
+std::string hostAt(Variant const& hosts, std::size_t index) {
+  Variant const* host = nullptr;
+  if (hosts.Type() == orvo::variant::VT_ARRAY) {
+    host = &hosts.Elements()[index];
+  } else {
+    host = &std::next(hosts.str_begin(), static_cast<long>(index))->second;
+  }
+  if (host->Type() == orvo::variant::VT_STRING) return static_cast<std::string const&>(*host);
+  return host->ToString();
+}
+
+}  // namespace
+
+// The URL made of the protocol and the host must parse and use "wss". The
+// emptiness test looks at the URL, which always holds "://"; an empty host
+// is left to the parser.
+bool connection_host_valid(std::string const& protocol, std::string const& host) {
+  std::string const url = protocol + "://" + host;
+  if (url.empty()) {
+    ORVO_LOG("connection_host_valid", LOG_ERR, 0, "Input host empty");
+    return false;
+  }
+  orvo::variant::URI uri;
+  if (!orvo::variant::URI::FromString(url, false, uri)) {
+    ORVO_LOG("connection_host_valid", LOG_ERR, 0, "Invalid URL (%s)", url.c_str());
+    return false;
+  }
+  if (uri.scheme != kRequiredScheme) {
+    ORVO_LOG("connection_host_valid", LOG_ERR, 0, "Unsupported protocol (%s)",
+             uri.scheme.c_str());
+    return false;
+  }
+  return true;
+}
+
+bool is_valid_manage_wifi(Variant const& body) {
+  if (body.Has(orvo::variant::VT_STRING, "wifi/ssid") &&
+      body.Has(orvo::variant::VT_STRING, "wifi/password")) {
+    return true;
+  }
+  ORVO_LOG("is_valid_manage_wifi", LOG_INFO, 0, "ssid/password missing");
+  return false;
+}
+
+bool request_data_valid(Variant const& body) {
+  std::string const protocol = body.StringAt("mgmt/protocol");
+  if (protocol.empty()) {
+    ORVO_LOG("request_data_valid", LOG_ERR, 0, "empty 'protocol' received");
+    return false;
+  }
+  Variant const* hosts = containerAt(body, "mgmt/hosts");
+  if (hosts == nullptr) {
+    ORVO_LOG("request_data_valid", LOG_ERR, 0, "no 'hosts' found");
+    return false;
+  }
+  for (std::size_t i = 0; i < hosts->KeysCount(); ++i) {
+    if (!connection_host_valid(protocol, hostAt(*hosts, i))) return false;
+  }
+  if (containerAt(body, "wifi") != nullptr && !is_valid_manage_wifi(body)) {
+    ORVO_LOG("request_data_valid", LOG_ERR, 0, "Invalid wifi params");
+    return false;
+  }
+  return true;
+}
+
+// The wireless part: applied directly when "fallback" is false, otherwise
+// tried first by the network daemon, which keeps the old network when the
+// new one cannot be joined.
+template <class Message>
+bool sendWifiChange(Variant const& body) {
+  Message message;
+  message.functionName();
+  if (Variant const* ssid = body.GetKeyChain(orvo::variant::VT_STRING, "wifi/ssid", false)) {
+    message["wifi"]["ssid"] = *ssid;
+  } else {
+    ORVO_LOG("compose_change_wifi_settings", LOG_ERR, 0, "Missing SSID");
+  }
+  if (Variant const* password =
+          body.GetKeyChain(orvo::variant::VT_STRING, "wifi/password", false)) {
+    message["wifi"]["wpa"]["psk"] = *password;
+    if (Variant const* sounds =
+            body.GetKeyChain(orvo::variant::VT_BOOL, "wifi/playSounds", false)) {
+      message["wifi"]["enableSounds"] = *sounds;
+    }
+    message["wifi"]["key"] = "wpa";
+    message["wifi"]["wpa"]["auth"] = "psk";
+  } else {
+    ORVO_LOG("compose_change_wifi_settings", LOG_ERR, 0, "Missing password");
+  }
+  return sendIpcBlockingWrapper("orvo_manage", daemons::kNetworkd, message, nullptr, true,
+                                kNetworkLimitMs);
+}
+
+bool compose_change_wifi_settings(Variant const& body) {
+  Variant const* fallback = body.GetKeyChain(orvo::variant::VT_BOOL, "wifi/fallback", false);
+  bool const sent = (fallback != nullptr && !fallback->AsBool())
+                        ? sendWifiChange<ChangeNetworkSettings>(body)
+                        : sendWifiChange<TestAndApplyNetworkSettings>(body);
+  if (!sent) {
+    ORVO_LOG("compose_change_wifi_settings", LOG_ERR, 0,
+             "Unable to send IPC request to orvo_networkd");
+  }
+  return sent;
+}
+
+bool pass_adoption_info_to_avclient(Variant const& body) {
+  Adopt adoption;
+  adoption["responseExpected"] = true;
+  adoption["protocol"] = body.StringAt("mgmt/protocol");
+  adoption["hosts"] = *containerAt(body, "mgmt/hosts");
+  adoption["token"] = body.StringAt("mgmt/token");
+  adoption.NormalizeFields();
+  Variant reply;
+  if (sendIpcBlockingWrapper("rest_manage", daemons::kAvclient, adoption, &reply, true,
+                             kAdoptLimitMs)) {
+    return true;
+  }
+  std::string text;
+  reply.ToJSON(text, false);
+  ORVO_LOG("pass_adoption_info_to_avclient", LOG_INFO, 0, "rest_manage: avclient respond '%s'",
+           text.c_str());
+  return false;
+}
+
+// The request's own "mgmt" and "wifi", as they came.
+bool acceptedEcho(Variant const& body, std::string& text) {
+  Variant echo;
+  echo.IsArray(false);
+  echo["mgmt"] = *body.GetKeyChain(orvo::variant::VT_ANY, "mgmt", false);
+  if (Variant const* wifi = containerAt(body, "wifi")) echo["wifi"] = *wifi;
+  return echo.ToJSON(text, false);
+}
+
+}  // namespace orvo::rest::manage
+
+ORVO_REST_HANDLER(rest_manage_main) {
+  using namespace orvo::rest::manage;
+  (void)version;
+  (void)endpoint;
+  (void)rest;
+  openlog("rest_manage", LOG_PID, LOG_LOCAL0);
+  setLogFpSts(0);
+
+  if (request.Method() != "POST") {
+    response.SetStatus(orvo::cgi::kHttpMethodNotAllowed);
+    return response.Commit();
+  }
+  Variant const& body = request.Json();
+  if (!request_data_valid(body)) {
+    std::string text;
+    body.ToJSON(text, false);
+    ORVO_LOG("rest_manage_main", LOG_INFO, 0, "request data %s", text.c_str());
+    response.SetStatus(orvo::cgi::kHttpBadRequest);
+    return response.Commit();
+  }
+  if (containerAt(body, "wifi") != nullptr && !compose_change_wifi_settings(body)) return -1;
+  if (!pass_adoption_info_to_avclient(body)) {
+    response.SetStatus(orvo::cgi::kHttpInternalError);
+    return response.Commit();
+  }
+  std::string text;
+  if (!acceptedEcho(body, text)) return -1;
+  response.SetStatus(orvo::cgi::kHttpOk);
+  response.body << text;
+  return response.Commit();
+}

@@ -1,0 +1,288 @@
+// The setup, management and connection endpoints run directly as CGI
+// processes against a running simulated camera: methods, every refusal with
+// its records, and the daemons being out of reach.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "camera_support.h"
+#include "provisioning_support.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+using orvo::variant::Variant;
+using Lines = std::vector<std::string>;
+
+constexpr char kSetupId[] = "1.2/setup";
+constexpr char kManageId[] = "1.2/manage";
+constexpr char kAdmin[] = R"("username":"admin","password":"admin")";
+
+class ProvisioningCgi : public ::testing::Test {
+ protected:
+  CameraRoot const& root() { return camera_.root(); }
+  CgiAnswer setup(std::string const& method, std::string const& body = "") {
+    return callCgi(root(), {method, kSetupId, body, "10.1.2.3", cookie_});
+  }
+  // A manage request with the admin's credentials added to `members`.
+  CgiAnswer manage(std::string const& members, std::string const& method = "POST") {
+    std::string const body = "{" + std::string(kAdmin) + (members.empty() ? "" : ",") + members + "}";
+    return callCgi(root(), {method, kManageId, body, "10.1.2.3", ""});
+  }
+  // The records of one identity written since `mark`.
+  Lines recordsOf(char const* identity, std::size_t mark) {
+    Lines out;
+    for (std::string const& line : summariesSince(root(), mark)) {
+      if (line.rfind(std::string(identity) + " ", 0) == 0) out.push_back(line);
+    }
+    return out;
+  }
+  std::string systemCfg() { return readFileText(root().file("/etc/orvo/system.cfg")); }
+  std::string networkSettings() {
+    Variant state = stateOf(root(), "orvo_networkd");
+    return text(state, "settings");
+  }
+
+  SimulatedCamera camera_;
+  std::string cookie_ = cgiSessionCookie(camera_.root());
+};
+
+TEST_F(ProvisioningCgi, SetupGetShowsTheFreshCamera) {
+  CgiAnswer answer = setup("GET");
+  EXPECT_EQ(answer.exitCode, 0);
+  EXPECT_EQ(answer.status, "200");
+  EXPECT_EQ(answer.headers["Content-Type"], "application/json");
+  EXPECT_EQ(answer.body,
+            R"({"ctlAddr":"","ctlUuid":"","deviceName":"orvo-camera","netDns1":"192.168.1.1",)"
+            R"("netDns2":"","netGw":"","netIp":"","netMask":"","netMode":"dhcp",)"
+            R"("wifiAuth":"psk","wifiKey":"none","wifiSsid":""})");
+}
+
+TEST_F(ProvisioningCgi, SetupOtherMethodKeepsThePreset) {
+  std::size_t const mark = summaries(root()).size();
+  CgiAnswer answer = setup("POST", "{}");
+  EXPECT_EQ(answer.status, "500");
+  EXPECT_EQ(answer.body, "");
+  EXPECT_EQ(recordsOf("rest_setup", mark),
+            Lines{"rest_setup err orvo_cgi: src/rest_setup:rest_setup_main: "
+                  "Unsupported method 'POST'"});
+}
+
+struct Refusal {
+  char const* body;
+  char const* problem;
+};
+
+constexpr Refusal kSetupRefusals[] = {
+    {R"({"wifiSsid":"HomeNet"})", "Missing 'wifiKey' param"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":7})", "Missing 'wifiKey' param"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":"wep"})", "Unknown 'wifiKey' value: wep"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":"wpa"})", "Missing 'wifiAuth' param"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":"wpa","wifiAuth":true})", "Missing 'wifiAuth' param"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":"wpa","wifiAuth":"sae","wifiPsk":"p"})",
+     "Unknown 'wifiAuth' value: sae"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":"wpa","wifiAuth":"psk"})", "Missing 'wifiPsk' param"},
+    {R"({"wifiSsid":"HomeNet","wifiKey":"wpa","wifiAuth":"psk","wifiPsk":{}})",
+     "Missing 'wifiPsk' param"},
+    {R"({"netMode":"manual"})", "Invalid 'netMode' value: manual"},
+    {R"({"netMode":"static"})", "Missing 'netIp' param"},
+    {R"({"netMode":"static","netIp":[1],"netMask":"m","netGw":"g"})", "Missing 'netIp' param"},
+    {R"({"netMode":"static","netIp":"10.0.0.9"})", "Missing 'netMask' param"},
+    {R"({"netMode":"static","netIp":"10.0.0.9","netMask":"255.0.0.0"})", "Missing 'netGw' param"},
+    {R"({"netMode":"static","netIp":"i","netMask":"m","netGw":null})", "Missing 'netGw' param"},
+    {R"({"ctlAddr":"ctl.example.com"})", "Missing 'ctlAddr' and/or 'ctlUuid' param"},
+    {R"({"ctlUuid":"u-1"})", "Missing 'ctlAddr' and/or 'ctlUuid' param"},
+    {R"({"ctlAddr":"ctl.example.com","ctlUuid":5})", "Missing 'ctlAddr' and/or 'ctlUuid' param"},
+    {R"({"ctlAddr":"ctl.example.com","ctlOverride":"yes"})",
+     "Missing 'ctlAddr' and/or 'ctlUuid' param"},
+    {R"({"ctlUuid":"u-1","ctlOverride":true})", "Missing 'ctlAddr' param"},
+    {R"({"ctlOverride":false})", "Missing 'ctlAddr' param"},
+    {R"({"ctlAddr":"ctl.example.com","ctlOverride":false})", "Missing 'ctlUuid' param"},
+};
+
+TEST_F(ProvisioningCgi, SetupRefusesEveryInvalidFormAndChangesNothing) {
+  std::string const cfgBefore = systemCfg();
+  std::string const networkBefore = networkSettings();
+  for (Refusal const& refusal : kSetupRefusals) {
+    std::size_t const mark = summaries(root()).size();
+    CgiAnswer answer = setup("PUT", refusal.body);
+    EXPECT_EQ(answer.status, "500") << refusal.body;
+    EXPECT_EQ(answer.body, "") << refusal.body;
+    EXPECT_EQ(recordsOf("rest_setup", mark),
+              (Lines{std::string("rest_setup err orvo_cgi: src/rest_setup:isValidPutRequest: ") +
+                         refusal.problem,
+                     "rest_setup err orvo_cgi: src/rest_setup:handle_put: Not a valid PUT request"}))
+        << refusal.body;
+  }
+  EXPECT_EQ(systemCfg(), cfgBefore);
+  EXPECT_EQ(networkSettings(), networkBefore);
+}
+
+// A body that does not parse is an empty form: accepted, and nothing to do.
+TEST_F(ProvisioningCgi, SetupBodyThatIsNotJsonChangesNothing) {
+  std::string const cfgBefore = systemCfg();
+  std::string const networkBefore = networkSettings();
+  std::size_t const mark = summaries(root()).size();
+  CgiAnswer answer = setup("PUT", "{\"netMode\":\"static\",");
+  EXPECT_EQ(answer.status, "200");
+  EXPECT_EQ(answer.body, "");
+  EXPECT_TRUE(waitUntil([&] {
+    return countSummaries(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
+  }));
+  Lines const since = summariesSince(root(), mark);
+  EXPECT_NE(std::find(since.begin(), since.end(),
+                      "orvo_cgi err orvo_cgi: src/orvo_cgi:Parse: Failed to parse JSON string"),
+            since.end())
+      << ::testing::PrintToString(since);
+  EXPECT_EQ(recordsOf("rest_setup", mark),
+            Lines{"rest_setup info orvo_cgi: src/rest_setup:do_apply_settings: Setup applied"});
+  EXPECT_EQ(systemCfg(), cfgBefore);
+  EXPECT_EQ(networkSettings(), networkBefore);
+}
+
+TEST_F(ProvisioningCgi, SetupOneMebibyteBodyChangesNothing) {
+  std::string const cfgBefore = systemCfg();
+  std::string const networkBefore = networkSettings();
+  std::string const body = R"({"deviceName":")" + std::string(1 << 20, 'n') + R"("})";
+  CgiAnswer answer = setup("PUT", body);
+  // The device name is not the form's to write: the form is valid and empty.
+  EXPECT_EQ(answer.status, "200");
+  EXPECT_EQ(answer.body, "");
+  EXPECT_TRUE(waitUntil([&] {
+    return countSummaries(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
+  }));
+  EXPECT_EQ(systemCfg(), cfgBefore);
+  EXPECT_EQ(networkSettings(), networkBefore);
+}
+
+TEST_F(ProvisioningCgi, ManageServesOnlyPost) {
+  for (char const* method : {"GET", "PUT"}) {
+    std::size_t const mark = summaries(root()).size();
+    CgiAnswer answer = callCgi(root(), {method, kManageId, "", "10.1.2.3", cookie_});
+    EXPECT_EQ(answer.status, "405") << method;
+    EXPECT_EQ(answer.body, "") << method;
+    EXPECT_EQ(answer.exitCode, 0) << method;
+    EXPECT_EQ(recordsOf("rest_manage", mark), Lines{}) << method;
+  }
+}
+
+struct ManageRefusal {
+  char const* members;
+  Lines records;  // after the identity, level and tag
+};
+
+TEST_F(ProvisioningCgi, ManageRefusesEveryInvalidRequestWith400) {
+  std::string const networkBefore = networkSettings();
+  Variant const avclientBefore = stateOf(root(), "orvo_avclient");
+  ManageRefusal const refusals[] = {
+      {R"("mgmt":{"hosts":["h"]})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: empty 'protocol' received"}},
+      {R"("mgmt":{"protocol":"","hosts":["h"]})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: empty 'protocol' received"}},
+      {R"("mgmt":{"protocol":7,"hosts":["h"]})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: empty 'protocol' received"}},
+      {R"("mgmt":{"protocol":"wss"})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: no 'hosts' found"}},
+      {R"("mgmt":{"protocol":"wss","hosts":"ctl.example.com"})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: no 'hosts' found"}},
+      {R"("mgmt":{"protocol":"ws","hosts":["ctl.example.com"]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Unsupported protocol (ws)"}},
+      {R"("mgmt":{"protocol":"https","hosts":["ok.example.com"]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Unsupported protocol (https)"}},
+      {R"("mgmt":{"protocol":"wss","hosts":["good.example.com",""]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://)"}},
+      {R"("mgmt":{"protocol":"wss","hosts":["bad host"]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://bad host)"}},
+      {R"("mgmt":{"protocol":"wss","hosts":[]},"wifi":{"ssid":"HomeNet"})",
+       {"info orvo_cgi: src/rest_manage:is_valid_manage_wifi: ssid/password missing",
+        "err orvo_cgi: src/rest_manage:request_data_valid: Invalid wifi params"}},
+      {R"("mgmt":{"protocol":"wss","hosts":[]},"wifi":{"ssid":"HomeNet","password":9})",
+       {"info orvo_cgi: src/rest_manage:is_valid_manage_wifi: ssid/password missing",
+        "err orvo_cgi: src/rest_manage:request_data_valid: Invalid wifi params"}},
+      {R"("mgmt":{"protocol":"wss","hosts":[]},"wifi":{"password":"orchard-lane-42"})",
+       {"info orvo_cgi: src/rest_manage:is_valid_manage_wifi: ssid/password missing",
+        "err orvo_cgi: src/rest_manage:request_data_valid: Invalid wifi params"}},
+  };
+  for (ManageRefusal const& refusal : refusals) {
+    std::size_t const mark = summaries(root()).size();
+    CgiAnswer answer = manage(refusal.members);
+    EXPECT_EQ(answer.status, "400") << refusal.members;
+    EXPECT_EQ(answer.body, "") << refusal.members;
+    std::string const body = "{" + std::string(kAdmin) + "," + refusal.members + "}";
+    Variant parsedBody = parsed(body);
+    Lines expected;
+    for (std::string const& record : refusal.records) expected.push_back("rest_manage " + record);
+    expected.push_back("rest_manage info orvo_cgi: src/rest_manage:rest_manage_main: request data " +
+                       text(parsedBody, ""));
+    EXPECT_EQ(recordsOf("rest_manage", mark), expected) << refusal.members;
+  }
+  EXPECT_EQ(networkSettings(), networkBefore);
+  Variant avclientAfter = stateOf(root(), "orvo_avclient");
+  EXPECT_TRUE(avclientAfter == avclientBefore);
+}
+
+TEST_F(ProvisioningCgi, ManageWithoutTheNetworkDaemonAttemptsNoAdoption) {
+  controlOf(root(), {"orvo_networkd", "stop"});
+  std::size_t const mark = summaries(root()).size();
+  CgiAnswer answer = manage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com"]},)"
+                            R"("wifi":{"ssid":"HomeNet","password":"orchard-lane-42"})");
+  EXPECT_EQ(answer.status, "500");
+  EXPECT_EQ(answer.body, "");
+  EXPECT_NE(answer.exitCode, 0);
+  Lines const records = recordsOf("rest_manage", mark);
+  ASSERT_FALSE(records.empty());
+  EXPECT_EQ(records.back(), "rest_manage err orvo_cgi: src/rest_manage:compose_change_wifi_settings: "
+                            "Unable to send IPC request to orvo_networkd");
+  Variant avclient = stateOf(root(), "orvo_avclient");
+  EXPECT_EQ(text(avclient, "state"), R"("waiting")");
+  EXPECT_EQ(text(avclient, "hosts"), "[]");
+}
+
+TEST_F(ProvisioningCgi, ManageWhenTheAdoptionFails) {
+  controlOf(root(), {"orvo_avclient", "stop"});
+  std::size_t const mark = summaries(root()).size();
+  CgiAnswer answer = manage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com"]})");
+  EXPECT_EQ(answer.status, "500");
+  EXPECT_EQ(answer.body, "");
+  Lines const records = recordsOf("rest_manage", mark);
+  ASSERT_FALSE(records.empty());
+  EXPECT_EQ(records.back(), "rest_manage info orvo_cgi: src/rest_manage:"
+                            "pass_adoption_info_to_avclient: rest_manage: avclient respond 'null'");
+}
+
+TEST_F(ProvisioningCgi, ConnectServesGetAndPostOnly) {
+  for (char const* method : {"GET", "POST"}) {
+    CgiAnswer answer = callCgi(root(), {method, "1.2/connect", "", "10.1.2.3", cookie_});
+    EXPECT_EQ(answer.status, "200") << method;
+    EXPECT_EQ(answer.body, "") << method;
+    EXPECT_EQ(answer.exitCode, 0) << method;
+  }
+  Variant avclient = stateOf(root(), "orvo_avclient");
+  EXPECT_EQ(text(avclient, "cancelWaits"), "2");
+  EXPECT_EQ(text(avclient, "state"), R"("waiting")");
+
+  std::size_t const mark = summaries(root()).size();
+  CgiAnswer answer = callCgi(root(), {"PUT", "1.2/connect", "", "10.1.2.3", cookie_});
+  EXPECT_EQ(answer.status, "500");
+  EXPECT_EQ(answer.body, "");
+  EXPECT_EQ(recordsOf("rest_connect", mark),
+            Lines{"rest_connect err orvo_cgi: src/rest_connect:rest_connect_main: "
+                  "Cannot process PUT request"});
+}
+
+TEST_F(ProvisioningCgi, ConnectWithoutTheManagementClient) {
+  controlOf(root(), {"orvo_avclient", "stop"});
+  std::size_t const mark = summaries(root()).size();
+  CgiAnswer answer = callCgi(root(), {"POST", "1.2/connect", "", "10.1.2.3", cookie_});
+  EXPECT_EQ(answer.status, "500");
+  EXPECT_EQ(answer.body, "");
+  Lines const records = recordsOf("rest_connect", mark);
+  ASSERT_FALSE(records.empty());
+  EXPECT_EQ(records.back(), "rest_connect err orvo_cgi: src/rest_connect:rest_connect_main: "
+                            "Failed to initiate orvo_avclient connection procedure");
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo
