@@ -8,6 +8,7 @@ packages=(
   clang libclang-rt-14-dev          # sanitizer and fuzzer builds
   libgtest-dev libgmock-dev         # unit tests
   rapidjson-dev liburiparser-dev libcrypt-dev
+  libsodium-dev                     # firmware image signatures (static archive)
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
   openssl                           # camsim hashes the simulated account's password
   hyperfine                         # whole-process benchmarks

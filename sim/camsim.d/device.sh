@@ -1,22 +1,29 @@
 # The simulated camera's own description and system configuration, and the
 # configuration writer /bin/orvo_system_cfg. `init` calls device_init.
 
-# The writer's program: $ORVO_SYSTEM_CFG_TOOL when set; inside `up`, found
-# (or built) as the simulator's other programs are; otherwise, as `init` also
-# runs inside the tests, only looked up, never built: $ORVO_SIM_BIN, then
-# ${ORVO_BUILD_DIR:-build}/sim.
+# The writer's program: $ORVO_SYSTEM_CFG_TOOL when set, else sim_tool's.
 system_cfg_tool() {
   if [ -n "${ORVO_SYSTEM_CFG_TOOL:-}" ]; then
     echo "$ORVO_SYSTEM_CFG_TOOL"
-  elif [ -n "${cgi:-}" ] && declare -F sim_program >/dev/null; then
+  else
+    sim_tool orvo_system_cfg
+  fi
+}
+
+# A simulator program that `init` puts into a root: inside `up`, found (or
+# built) as the simulator's other programs are; otherwise, as `init` also
+# runs inside the tests, only looked up, never built: $ORVO_SIM_BIN, then
+# ${ORVO_BUILD_DIR:-build}/sim.
+sim_tool() {  # <name>
+  if [ -n "${cgi:-}" ] && declare -F sim_program >/dev/null; then
     # `cgi` is cmd_up's variable when init runs from there.
-    sim_program orvo_system_cfg
+    sim_program "$1"
   elif [ -n "${ORVO_SIM_BIN:-}" ]; then
-    echo "$ORVO_SIM_BIN/orvo_system_cfg"
+    echo "$ORVO_SIM_BIN/$1"
   else
     local build=${ORVO_BUILD_DIR:-build}
     [[ $build = /* ]] || build="$CAMSIM_REPO/$build"
-    echo "$build/sim/orvo_system_cfg"
+    echo "$build/sim/$1"
   fi
 }
 

@@ -30,5 +30,6 @@ cmd_init() {
   make_camera_folders "$root"
   init_account "$root"
   device_init "$root"
+  firmware_init "$root"
   echo "camera root: $root"
 }
