@@ -26,8 +26,6 @@ int notAvailable(char const* identity, CGIRequest const& request, std::string co
 
 PENDING_HANDLER(rest_ap_main, "rest_ap")
 PENDING_HANDLER(rest_connect_main, "rest_connect")
-PENDING_HANDLER(rest_check_main, "rest_check")
-PENDING_HANDLER(rest_firmware_main, "rest_firmware")
 PENDING_HANDLER(rest_reboot_main, "rest_reboot")
 PENDING_HANDLER(rest_reset_main, "rest_reset")
 PENDING_HANDLER(rest_reset_image_main, "rest_reset_image")
@@ -37,4 +35,3 @@ PENDING_HANDLER(rest_setup_main, "rest_setup")
 PENDING_HANDLER(rest_snapshot_main, "rest_snapshot")
 PENDING_HANDLER(rest_support_main, "rest_support")
 PENDING_HANDLER(rest_syslog_main, "rest_syslog")
-PENDING_HANDLER(rest_upgrade_main, "rest_upgrade")
