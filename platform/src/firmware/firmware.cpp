@@ -161,14 +161,27 @@ std::string ExtractFwVersion(File& file) {
   return fw::ReadHeader(file, header) == fw::HeaderError::kNone ? header.version : std::string();
 }
 
-bool IsSignedBy(File& file, unsigned char const publicKey[kFwPublicKeyBytes]) {
-  if (sodium_init() < 0) return false;
+namespace {
+
+enum class Origin { kInvalid, kSignedByKey, kOther };
+
+// Validity and signer in one pass over the image.
+Origin originOf(File& file, unsigned char const* publicKey) {
+  if (sodium_init() < 0) return Origin::kInvalid;
   crypto_sign_ed25519ph_state prehash;
   crypto_sign_ed25519ph_init(&prehash);
   fw::Header header;
   unsigned char signature[fw::kSignatureBytes];
-  if (!scanImage(file, header, &prehash, signature) || !header.isSigned()) return false;
-  return crypto_sign_ed25519ph_final_verify(&prehash, signature, publicKey) == 0;
+  if (!scanImage(file, header, &prehash, signature)) return Origin::kInvalid;
+  bool const verified = header.isSigned() &&
+                        crypto_sign_ed25519ph_final_verify(&prehash, signature, publicKey) == 0;
+  return verified ? Origin::kSignedByKey : Origin::kOther;
+}
+
+}  // namespace
+
+bool IsSignedBy(File& file, unsigned char const publicKey[kFwPublicKeyBytes]) {
+  return originOf(file, publicKey) == Origin::kSignedByKey;
 }
 
 bool ReadFwPublicKey(std::string const& path, unsigned char publicKey[kFwPublicKeyBytes]) {
@@ -179,10 +192,9 @@ bool ReadFwPublicKey(std::string const& path, unsigned char publicKey[kFwPublicK
 }
 
 bool IsThirdPartyFw(File& file) {
-  if (!ValidateFw(file)) return false;
   unsigned char makerKey[kFwPublicKeyBytes];
-  if (!ReadFwPublicKey(devicePath(kFwSigningKeyPath), makerKey)) return true;
-  return !IsSignedBy(file, makerKey);
+  if (!ReadFwPublicKey(devicePath(kFwSigningKeyPath), makerKey)) return ValidateFw(file);
+  return originOf(file, makerKey) == Origin::kOther;
 }
 
 }  // namespace utils
