@@ -49,32 +49,32 @@ bool writeAt(int fd, std::uint64_t offset, void const* data, std::size_t size) {
   return true;
 }
 
-std::uint32_t payloadCrc(FwImageSpec const& spec) {
+std::uint32_t payloadCrc(FwImageRecipe const& recipe) {
   std::vector<unsigned char> chunk(kChunkBytes);
   std::uint32_t crc = 0;
-  for (std::uint64_t done = 0; done < spec.payloadBytes; done += chunk.size()) {
-    std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), spec.payloadBytes - done));
-    PayloadBytes(spec.version, done, chunk.data(), size);
+  for (std::uint64_t done = 0; done < recipe.payloadBytes; done += chunk.size()) {
+    std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), recipe.payloadBytes - done));
+    PayloadBytes(recipe.version, done, chunk.data(), size);
     crc = fw::Crc32(crc, chunk.data(), size);
   }
   return crc;
 }
 
 // Header and payload to `fd`, fed to `prehash` on the way.
-bool writeBody(int fd, FwImageSpec const& spec, crypto_sign_ed25519ph_state& prehash) {
+bool writeBody(int fd, FwImageRecipe const& recipe, crypto_sign_ed25519ph_state& prehash) {
   fw::Header header;
-  header.version = spec.version;
-  header.payloadLength = spec.payloadBytes;
-  header.payloadCrc = payloadCrc(spec);
-  header.signatureLength = spec.key ? fw::kSignatureBytes : 0;
+  header.version = recipe.version;
+  header.payloadLength = recipe.payloadBytes;
+  header.payloadCrc = payloadCrc(recipe);
+  header.signatureLength = recipe.key ? fw::kSignatureBytes : 0;
   unsigned char head[fw::kHeaderBytes];
   fw::EncodeHeader(header, head);
   crypto_sign_ed25519ph_update(&prehash, head, sizeof head);
   if (!writeAt(fd, 0, head, sizeof head)) return false;
   std::vector<unsigned char> chunk(kChunkBytes);
-  for (std::uint64_t done = 0; done < spec.payloadBytes; done += chunk.size()) {
-    std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), spec.payloadBytes - done));
-    PayloadBytes(spec.version, done, chunk.data(), size);
+  for (std::uint64_t done = 0; done < recipe.payloadBytes; done += chunk.size()) {
+    std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), recipe.payloadBytes - done));
+    PayloadBytes(recipe.version, done, chunk.data(), size);
     crypto_sign_ed25519ph_update(&prehash, chunk.data(), size);
     if (!writeAt(fd, fw::kHeaderBytes + done, chunk.data(), size)) return false;
   }
@@ -84,28 +84,28 @@ bool writeBody(int fd, FwImageSpec const& spec, crypto_sign_ed25519ph_state& pre
 // Damage that each check is meant to catch: a header field changed under
 // its checksum, one payload bit, a signature scalar above the group order
 // (a real one never has its top four bits set).
-bool corrupt(int fd, FwImageSpec const& spec) {
+bool corrupt(int fd, FwImageRecipe const& recipe) {
   std::uint64_t at = 0;
-  switch (spec.corruption) {
+  switch (recipe.corruption) {
     case Corruption::kNone: return true;
     case Corruption::kHeader: at = fw::kPayloadCrcOffset; break;
-    case Corruption::kPayload: at = fw::kHeaderBytes + spec.payloadBytes / 2; break;
-    case Corruption::kSignature: at = fw::kHeaderBytes + spec.payloadBytes + fw::kSignatureBytes - 1; break;
+    case Corruption::kPayload: at = fw::kHeaderBytes + recipe.payloadBytes / 2; break;
+    case Corruption::kSignature: at = fw::kHeaderBytes + recipe.payloadBytes + fw::kSignatureBytes - 1; break;
   }
   unsigned char byte = 0;
   if (::pread(fd, &byte, 1, static_cast<off_t>(at)) != 1) return false;
-  byte = spec.corruption == Corruption::kSignature ? byte | 0xF0 : byte ^ 0x01;
+  byte = recipe.corruption == Corruption::kSignature ? byte | 0xF0 : byte ^ 0x01;
   return writeAt(fd, at, &byte, 1);
 }
 
-char const* specProblem(FwImageSpec const& spec) {
-  if (spec.version.size() >= fw::kVersionBytes) return "the version is too long";
-  for (unsigned char c : spec.version) {
+char const* recipeProblem(FwImageRecipe const& recipe) {
+  if (recipe.version.size() >= fw::kVersionBytes) return "the version is too long";
+  for (unsigned char c : recipe.version) {
     if (c < 0x21 || c > 0x7e) return "the version holds a blank or a non-ASCII character";
   }
-  if (spec.payloadBytes > fw::kMaxPayloadBytes) return "the payload is above the format's limit";
-  if (spec.corruption == Corruption::kPayload && spec.payloadBytes == 0) return "no payload to corrupt";
-  if (spec.corruption == Corruption::kSignature && !spec.key) return "no signature to corrupt";
+  if (recipe.payloadBytes > fw::kMaxPayloadBytes) return "the payload is above the format's limit";
+  if (recipe.corruption == Corruption::kPayload && recipe.payloadBytes == 0) return "no payload to corrupt";
+  if (recipe.corruption == Corruption::kSignature && !recipe.key) return "no signature to corrupt";
   return nullptr;
 }
 
@@ -161,8 +161,8 @@ bool ReadKey(std::string const& secretPath, SigningKey& key, std::string& error)
   return true;
 }
 
-bool WriteFwImage(std::string const& path, FwImageSpec const& spec, std::string& error) {
-  if (char const* problem = specProblem(spec)) {
+bool WriteFwImage(std::string const& path, FwImageRecipe const& recipe, std::string& error) {
+  if (char const* problem = recipeProblem(recipe)) {
     error = problem;
     return false;
   }
@@ -177,13 +177,13 @@ bool WriteFwImage(std::string const& path, FwImageSpec const& spec, std::string&
   }
   crypto_sign_ed25519ph_state prehash;
   crypto_sign_ed25519ph_init(&prehash);
-  bool ok = writeBody(fd, spec, prehash);
-  if (ok && spec.key) {
+  bool ok = writeBody(fd, recipe, prehash);
+  if (ok && recipe.key) {
     unsigned char signature[fw::kSignatureBytes];
-    ok = crypto_sign_ed25519ph_final_create(&prehash, signature, nullptr, spec.key->secret) == 0 &&
-         writeAt(fd, fw::kHeaderBytes + spec.payloadBytes, signature, sizeof signature);
+    ok = crypto_sign_ed25519ph_final_create(&prehash, signature, nullptr, recipe.key->secret) == 0 &&
+         writeAt(fd, fw::kHeaderBytes + recipe.payloadBytes, signature, sizeof signature);
   }
-  ok = ok && corrupt(fd, spec);
+  ok = ok && corrupt(fd, recipe);
   if (!ok) error = "cannot write " + path + ": " + std::strerror(errno);
   ok = (::close(fd) == 0) && ok;
   return ok;

@@ -21,7 +21,7 @@ struct SigningKey {
 
 enum class Corruption { kNone, kHeader, kPayload, kSignature };
 
-struct FwImageSpec {
+struct FwImageRecipe {
   std::string version;
   std::uint64_t payloadBytes = 1024 * 1024;
   SigningKey const* key = nullptr;  // nullptr: unsigned
@@ -37,7 +37,7 @@ bool ReadKey(std::string const& secretPath, SigningKey& key, std::string& error)
 
 // Writes the image to `path`, streaming: memory does not grow with the
 // payload. False with a reason in `error`.
-bool WriteFwImage(std::string const& path, FwImageSpec const& spec, std::string& error);
+bool WriteFwImage(std::string const& path, FwImageRecipe const& recipe, std::string& error);
 
 // The generated payload's bytes at `offset`: position-dependent, so any lost,
 // doubled or moved byte changes the image.

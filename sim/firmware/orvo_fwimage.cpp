@@ -42,7 +42,7 @@ bool parseCorruption(std::string const& text, Corruption& out) {
 }
 
 int build(int argc, char** argv) {
-  orvo::sim::FwImageSpec spec;
+  orvo::sim::FwImageRecipe recipe;
   std::string keyFile, out;
   bool haveVersion = false, unsignedImage = false;
   for (int i = 0; i < argc; ++i) {
@@ -60,14 +60,14 @@ int build(int argc, char** argv) {
     if (!value) return usage();
     ++i;
     if (option == "--version") {
-      spec.version = value;
+      recipe.version = value;
       haveVersion = true;
     } else if (option == "--payload-size") {
-      if (!parseSize(value, spec.payloadBytes)) return fail(std::string("bad payload size '") + value + "'");
+      if (!parseSize(value, recipe.payloadBytes)) return fail(std::string("bad payload size '") + value + "'");
     } else if (option == "--key") {
       keyFile = value;
     } else if (option == "--corrupt") {
-      if (!parseCorruption(value, spec.corruption)) return fail(std::string("cannot corrupt '") + value + "'");
+      if (!parseCorruption(value, recipe.corruption)) return fail(std::string("cannot corrupt '") + value + "'");
     } else {
       return usage();
     }
@@ -77,9 +77,9 @@ int build(int argc, char** argv) {
   std::string error;
   if (!unsignedImage) {
     if (!orvo::sim::ReadKey(keyFile, key, error)) return fail(error);
-    spec.key = &key;
+    recipe.key = &key;
   }
-  if (!orvo::sim::WriteFwImage(out, spec, error)) return fail(error);
+  if (!orvo::sim::WriteFwImage(out, recipe, error)) return fail(error);
   return 0;
 }
 

@@ -18,7 +18,6 @@ namespace {
 
 constexpr char kVersion[] = "OV-B4.v4.24.0.68.abc1234.230601.1200";
 constexpr char kEmpty400[] = "Status: 400\r\nConnection: close\r\n\r\n";
-constexpr char kEmpty500[] = "Status: 500\r\nConnection: close\r\n\r\n";
 constexpr char kMoveFailedNoUpload[] =
     "Can't move received file '' (errno 2: No such file or directory)";
 
@@ -207,6 +206,37 @@ TEST_F(FirmwareCgi, CheckDiscardsAStagedImage) {
   EXPECT_EQ(upload("check", makeImage(root_, "other.bin", "1.2.3")).out,
             "Status: 200\r\nConnection: close\r\n\r\n");
   EXPECT_FALSE(stagedImageExists(root_));
+}
+
+TEST(FirmwareCamsim, InitMakesTheMakersKeyPairAndTheUpdateTool) {
+  CameraRoot root;
+  struct stat secret {};
+  ASSERT_EQ(stat(root.file("/sim/fw-signing.key").c_str(), &secret), 0);
+  EXPECT_EQ(secret.st_mode & 0777, 0600u);
+  std::string const publicKey = readFileText(root.file("/etc/orvo/fw-signing.pub"));
+  EXPECT_EQ(publicKey.size(), 65u);
+  EXPECT_EQ(publicKey.find_first_not_of("0123456789abcdef"), 64u);
+  EXPECT_EQ(access(root.file("/sbin/fwupdate").c_str(), X_OK), 0);
+  // Another root, another maker.
+  CameraRoot other;
+  EXPECT_NE(readFileText(other.file("/etc/orvo/fw-signing.pub")), publicKey);
+}
+
+TEST(FirmwareCamsim, ImageOptionsThatContradictAreRefused) {
+  CameraRoot root;
+  std::string const out = root.file("/sim/x.bin");
+  for (std::vector<std::string> const& args :
+       {std::vector<std::string>{"--version", "1", "--unsigned", "--key", out, out},
+        {"--version", "1", "--unsigned", "--corrupt", "signature", out},
+        {"--version", "1", "--corrupt", "trailer", out},
+        {"--version", "1 2", out},
+        {"--version", "1", "--payload-size", "-5", out},
+        {"--version", "1"}}) {
+    ProcessResult made = runCamsim("fwimage", root.path(), args);
+    EXPECT_NE(made.exitCode, 0) << made.err;
+    EXPECT_FALSE(made.err.empty());
+  }
+  EXPECT_EQ(access(out.c_str(), F_OK), -1);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 
 namespace fw = orvo::utils::fw;
 using orvo::sim::Corruption;
-using orvo::sim::FwImageSpec;
+using orvo::sim::FwImageRecipe;
 using orvo::sim::SigningKey;
 using orvo::utils::File;
 
@@ -48,14 +48,14 @@ class FirmwareImage : public ::testing::Test {
   std::string image(SigningKey const* key, Corruption corruption = Corruption::kNone,
                     std::uint64_t payloadBytes = 3 * orvo::utils::kChunkBytes + 5,
                     std::string const& version = kVersion) {
-    FwImageSpec spec;
-    spec.version = version;
-    spec.payloadBytes = payloadBytes;
-    spec.key = key;
-    spec.corruption = corruption;
+    FwImageRecipe recipe;
+    recipe.version = version;
+    recipe.payloadBytes = payloadBytes;
+    recipe.key = key;
+    recipe.corruption = corruption;
     std::string path = root_.file("/tmp/image.bin");
     std::string error;
-    EXPECT_TRUE(orvo::sim::WriteFwImage(path, spec, error)) << error;
+    EXPECT_TRUE(orvo::sim::WriteFwImage(path, recipe, error)) << error;
     return path;
   }
 
