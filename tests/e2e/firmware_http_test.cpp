@@ -92,7 +92,7 @@ TEST(FirmwareHttp, UpgradeShowsTheNewVersionInTheStatusDocument) {
   EXPECT_TRUE(hasLine(root, "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: "
                             "Cannot process POST request"));
 
-  std::string const image = makeImage(root, "maker.bin", kVersion, {"--payload-size", std::to_string(64 << 20)});
+  std::string const image = makeImage(root, "maker.bin", kVersion, {"--payload-size", std::to_string(16 << 20)});
   HttpResponse uploaded = curlUpload(camera, "firmware", cookie, image);
   ASSERT_EQ(uploaded.status, 200);
   EXPECT_EQ(uploaded.body, std::string("{\"updateStatus\":\"ok\",\"updatedFwVersion\":\"") + kVersion + "\"}");
