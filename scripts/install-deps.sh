@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev         # unit tests
   rapidjson-dev liburiparser-dev libcrypt-dev
   libjpeg-dev zlib1g-dev            # the simulated camera: still image, support bundle
+  libsodium-dev                     # firmware image signatures (static archive)
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
   openssl                           # camsim hashes the simulated account's password
   hyperfine                         # whole-process benchmarks

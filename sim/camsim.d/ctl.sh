@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS|ap SSID PASSPHRASE|open|remove [SIGNAL_DBM]"
+CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS|ap SSID PASSPHRASE|open|remove [SIGNAL_DBM] | ctl [--root DIR] fwupdate duration MS"
 describe_command ctl "$CTL_USAGE" \
   "test controls of one daemon, in force from its next request (adopted: orvo_avclient only; scan-duration, ap (a visible wireless network): orvo_networkd only)"
 
@@ -7,6 +7,8 @@ cmd_ctl() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
   [ $# -ge 2 ] || die "ctl: usage: $CTL_USAGE"
+  # The update tool is no daemon; its control lives in fwimage.sh.
+  if [ "$1" = fwupdate ]; then shift; fwupdate_control "$@"; return; fi
   local daemon=$1 action=$2
   is_sim_daemon "$daemon" || die "ctl: unknown daemon '$daemon'"
   case "$action" in

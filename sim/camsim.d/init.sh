@@ -33,5 +33,6 @@ cmd_init() {
   device_init "$root"
   link_reboot_tool "$root"
   keep_factory_files "$root"
+  firmware_init "$root"
   echo "camera root: $root"
 }

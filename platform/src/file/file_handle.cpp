@@ -31,10 +31,33 @@ File::~File() { Close(); }
 bool File::Initialize(std::string const& path, mode_t mode, int flags) {
   Close();
   if (flags == 0) flags = O_RDONLY;
-  int const fd = ::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, mode);
+  // Non-blocking for the open only: a FIFO planted at the path must not hang us.
+  int const fd = ::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, mode);
   if (fd < 0) return false;
+  struct stat info {};
+  bool const statted = ::fstat(fd, &info) == 0;
+  if (!statted || !S_ISREG(info.st_mode)) {
+    int const error = statted ? EINVAL : errno;
+    ::close(fd);
+    errno = error;
+    return false;
+  }
+  ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
   fd_ = fd;
   path_ = path;
+  return true;
+}
+
+bool File::ReadAt(std::uint64_t offset, void* out, std::size_t size) const {
+  auto* at = static_cast<unsigned char*>(out);
+  while (size > 0) {
+    ssize_t const n = ::pread(fd_, at, size, static_cast<off_t>(offset));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    at += n;
+    offset += static_cast<std::uint64_t>(n);
+    size -= static_cast<std::size_t>(n);
+  }
   return true;
 }
 

@@ -32,8 +32,11 @@ class File {
   File& operator=(File const&) = delete;
 
   // Opens `path` with open(2) flags `flags` (0: read-only) and, for a file
-  // created, `mode`. Refuses a symbolic link. False (errno set) on failure.
+  // created, `mode`. Opens only a regular file, never through a symbolic
+  // link, and never waits on a FIFO. False (errno set) on failure.
   bool Initialize(std::string const& path, mode_t mode, int flags);
+  // Exactly `size` bytes from `offset`; false on a read error or end of file.
+  bool ReadAt(std::uint64_t offset, void* out, std::size_t size) const;
   // Reads the whole file from its start into `text`; false when it cannot
   // be read or holds more than kMaxReadBytes (errno EFBIG).
   bool ReadStringAll(std::string& text);

@@ -1,0 +1,135 @@
+// Firmware upload, check and upgrade as a browser does them: curl multipart
+// uploads through lighttpd to the simulated camera.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "camera_support.h"
+#include "firmware_support.h"
+
+namespace orvo {
+namespace e2e {
+namespace {
+
+using orvo::variant::Variant;
+
+constexpr char kVersion[] = "OV-B4.v4.25.0.68.def5678.230901.0900";
+constexpr char kLockFile[] = "/run/lock/orvo/rest_upgrade.lock";
+
+bool lockHeld(CameraRoot const& root) {
+  int fd = open(root.file(kLockFile).c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0) return false;
+  bool held = flock(fd, LOCK_EX | LOCK_NB) != 0;
+  close(fd);
+  return held;
+}
+
+TEST(FirmwareHttp, UploadsAndChecksOfEveryKind) {
+  SimulatedCamera camera;
+  CameraRoot const& root = camera.root();
+  std::string const cookie = sessionCookie(camera);
+
+  HttpResponse maker = curlUpload(camera, "firmware", cookie, makeImage(root, "maker.bin", kVersion));
+  EXPECT_EQ(maker.status, 200);
+  EXPECT_EQ(maker.body, std::string("{\"updateStatus\":\"ok\",\"updatedFwVersion\":\"") + kVersion + "\"}");
+  EXPECT_TRUE(stagedImageExists(root));
+
+  HttpResponse foreign = curlUpload(camera, "firmware", cookie, makeImage(root, "u.bin", "x-1", {"--unsigned"}));
+  EXPECT_EQ(foreign.body, "{\"updateStatus\":\"thirdPartyFw\",\"updatedFwVersion\":\"x-1\"}");
+  EXPECT_TRUE(stagedImageExists(root));
+
+  for (char const* part : {"header", "payload", "signature"}) {
+    HttpResponse bad = curlUpload(camera, "firmware", cookie,
+                                  makeImage(root, std::string(part) + ".bin", kVersion, {"--corrupt", part}));
+    EXPECT_EQ(bad.status, 200) << part;
+    EXPECT_EQ(bad.body, "{\"updateStatus\":\"badFwImage\"}") << part;
+    EXPECT_FALSE(stagedImageExists(root)) << part;
+  }
+
+  HttpResponse noField = curlUpload(camera, "firmware", cookie, makeImage(root, "m.bin", kVersion), "image");
+  EXPECT_EQ(noField.status, 400);
+  EXPECT_EQ(noField.body, "");
+
+  HttpResponse goodHeader = curlUpload(camera, "check", cookie, makeImage(root, "c.bin", kVersion));
+  EXPECT_EQ(goodHeader.status, 200);
+  EXPECT_EQ(goodHeader.body, "");
+  EXPECT_FALSE(goodHeader.header("Content-Type").has_value());
+  EXPECT_FALSE(stagedImageExists(root));
+
+  HttpResponse badHeader =
+      curlUpload(camera, "check", cookie, makeImage(root, "h.bin", kVersion, {"--corrupt", "header"}));
+  EXPECT_EQ(badHeader.status, 400);
+  EXPECT_EQ(badHeader.body, "");
+
+  // A multipart body without its closing delimiter.
+  HttpResponse cut = camera.request({"POST", "/api/1.2/firmware",
+                                     {cookie, "Content-Type: multipart/form-data; boundary=fwtest"},
+                                     std::string("--fwtest\r\nContent-Disposition: form-data; name=\"fwfile\"; "
+                                                 "filename=\"a.bin\"\r\n\r\nORVOFW\r\n")});
+  EXPECT_EQ(cut.status, 400);
+  EXPECT_TRUE(leftoverUploads(root).empty());
+  EXPECT_FALSE(stagedImageExists(root));
+}
+
+TEST(FirmwareHttp, UpgradeShowsTheNewVersionInTheStatusDocument) {
+  SimulatedCamera camera;
+  CameraRoot const& root = camera.root();
+  std::string const cookie = sessionCookie(camera);
+  ASSERT_EQ(runCamsim("ctl", root.path(), {"fwupdate", "duration", "100"}).exitCode, 0);
+
+  HttpResponse nothing = camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
+  EXPECT_EQ(nothing.status, 500);
+  EXPECT_EQ(nothing.body, "");
+  EXPECT_TRUE(hasLine(root, "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: FW update failed"));
+
+  HttpResponse posted = camera.request({"POST", "/api/1.2/upgrade", {cookie}, std::string("")});
+  EXPECT_EQ(posted.status, 500);
+  EXPECT_TRUE(hasLine(root, "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: "
+                            "Cannot process POST request"));
+
+  std::string const image = makeImage(root, "maker.bin", kVersion, {"--payload-size", std::to_string(16 << 20)});
+  HttpResponse uploaded = curlUpload(camera, "firmware", cookie, image);
+  ASSERT_EQ(uploaded.status, 200);
+  EXPECT_EQ(uploaded.body, std::string("{\"updateStatus\":\"ok\",\"updatedFwVersion\":\"") + kVersion + "\"}");
+  HttpResponse upgraded = camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
+  EXPECT_EQ(upgraded.status, 200);
+  EXPECT_EQ(upgraded.body, "");
+
+  HttpResponse status = camera.request({"GET", "/api/1.2/status", {cookie}, {}});
+  ASSERT_EQ(status.status, 200);
+  Variant doc = parsed(status.body);
+  EXPECT_EQ(text(doc, "fw/version"), std::string("\"") + kVersion + "\"");
+  EXPECT_EQ(text(doc, "fw/semver"), "\"4.25.0\"");
+  EXPECT_FALSE(stagedImageExists(root));
+}
+
+TEST(FirmwareHttp, TwoUpgradesAtOnceOneAnswers429) {
+  SimulatedCamera camera;
+  CameraRoot const& root = camera.root();
+  std::string const cookie = sessionCookie(camera);
+  ASSERT_EQ(runCamsim("ctl", root.path(), {"fwupdate", "duration", "3000"}).exitCode, 0);
+  ASSERT_EQ(curlUpload(camera, "firmware", cookie, makeImage(root, "maker.bin", kVersion)).status, 200);
+
+  auto first = std::async(std::launch::async, [&] {
+    return camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
+  });
+  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!lockHeld(root) && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  ASSERT_TRUE(lockHeld(root));
+  HttpResponse second = camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
+  EXPECT_EQ(second.status, 429);
+  EXPECT_EQ(second.body, "");
+  EXPECT_EQ(first.get().status, 200);
+  EXPECT_TRUE(hasLine(root, "rest_upgrade warning orvo_cgi: src/orvo_cgi:lock: 'rest_upgrade' is already running"));
+}
+
+}  // namespace
+}  // namespace e2e
+}  // namespace orvo

@@ -1,0 +1,105 @@
+#include "firmware_support.h"
+
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace orvo {
+namespace e2e {
+
+namespace {
+constexpr char kUploadPrefix[] = "cgi-upload-";
+constexpr char kAddr[] = "10.1.2.3";
+}  // namespace
+
+std::string makeImage(CameraRoot const& root, std::string const& name, std::string const& version,
+                      std::vector<std::string> const& arguments) {
+  std::string const out = root.file("/sim/" + name);
+  std::vector<std::string> args = {"--version", version};
+  args.insert(args.end(), arguments.begin(), arguments.end());
+  args.push_back(out);
+  ProcessResult made = runCamsim("fwimage", root.path(), args);
+  EXPECT_EQ(made.exitCode, 0) << made.err;
+  return out;
+}
+
+std::string multipartBody(std::string const& boundary, std::string const& field,
+                          std::string const& content) {
+  return "--" + boundary + "\r\nContent-Disposition: form-data; name=\"" + field +
+         "\"; filename=\"image.bin\"\r\nContent-Type: application/octet-stream\r\n\r\n" + content +
+         "\r\n--" + boundary + "--\r\n";
+}
+
+std::string directSession(CameraRoot const& root) {
+  CgiAnswer answer = login(root, credentials("admin", "admin"), "0.1", kAddr);
+  EXPECT_EQ(answer.status, "200");
+  return "authId=" + cookieId(answer.headers["Set-Cookie"]);
+}
+
+ProcessResult runUpload(CameraRoot const& root, UploadCall const& call) {
+  Environment env{{"REQUEST_METHOD", call.method},
+                  {"QUERY_STRING", "id=1.2/" + call.endpoint},
+                  {"REMOTE_ADDR", kAddr},
+                  {"HTTP_COOKIE", call.cookie},
+                  {"CONTENT_TYPE", call.contentType},
+                  {"CONTENT_LENGTH", call.contentLength.empty() ? std::to_string(call.body.size())
+                                                                : call.contentLength}};
+  CgiOptions options;
+  options.limit = std::chrono::seconds(60);
+  return runCgi(root, env, call.body, options);
+}
+
+ProcessResult postMultipart(CameraRoot const& root, std::string const& endpoint,
+                            std::string const& cookie, std::string const& body) {
+  UploadCall call;
+  call.endpoint = endpoint;
+  call.cookie = cookie;
+  call.body = body;
+  return runUpload(root, call);
+}
+
+std::string fileBody(std::string const& path, std::string const& field) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream content;
+  content << in.rdbuf();
+  return multipartBody("fwtest", field, content.str());
+}
+
+HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoint,
+                        std::string const& cookieHeader, std::string const& path,
+                        std::string const& field) {
+  ProcessSpec process;
+  process.program = ORVO_CURL;
+  process.argv = {"curl", "-sS", "-i", "--noproxy", "*", "--max-time", "60", "-H", cookieHeader,
+                  "-F", field + "=@" + path + ";type=application/octet-stream",
+                  camera.baseUrl() + "/api/1.2/" + endpoint};
+  process.env = inheritedEnvironment();
+  process.limit = std::chrono::seconds(70);
+  ProcessResult result = runProcess(process);
+  EXPECT_TRUE(result.exited && result.exitCode == 0) << "curl failed: " << result.err;
+  auto response = parseHttpResponse(result.out);
+  EXPECT_TRUE(response.has_value()) << "not an HTTP answer: " << result.out;
+  return response.value_or(HttpResponse{});
+}
+
+std::vector<std::string> leftoverUploads(CameraRoot const& root) {
+  std::vector<std::string> names;
+  DIR* dir = opendir(root.file("/tmp").c_str());
+  if (!dir) return names;
+  while (dirent* entry = readdir(dir)) {
+    if (std::string(entry->d_name).rfind(kUploadPrefix, 0) == 0) names.push_back(entry->d_name);
+  }
+  closedir(dir);
+  return names;
+}
+
+bool stagedImageExists(CameraRoot const& root) {
+  struct stat info {};
+  return lstat(root.file(kStagedImage).c_str(), &info) == 0;
+}
+
+}  // namespace e2e
+}  // namespace orvo
