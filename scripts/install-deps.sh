@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   clang libclang-rt-14-dev          # sanitizer and fuzzer builds
   libgtest-dev libgmock-dev         # unit tests
-  rapidjson-dev liburiparser-dev libcrypt-dev
+  rapidjson-dev libboost-url1.81-dev libcrypt-dev
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
   openssl                           # camsim hashes the simulated account's password
   hyperfine                         # whole-process benchmarks
