@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the project builds, tests and runs with.
 # Does nothing when they are all present.
+#   --device   also the device build's: the AArch64 cross compiler, the arm64
+#              libraries we link (Debian multiarch) and qemu user-mode emulation
 set -euo pipefail
 
 packages=(
@@ -13,6 +15,14 @@ packages=(
   hyperfine                         # whole-process benchmarks
 )
 
+device_packages=(
+  g++-aarch64-linux-gnu qemu-user
+  libcrypt-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+)
+if [ "${1:-}" = --device ]; then
+  packages+=("${device_packages[@]}")
+fi
+
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -22,5 +32,8 @@ done
 echo "installing: ${missing[*]}" >&2
 if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
 export DEBIAN_FRONTEND=noninteractive
+if [[ " ${missing[*]}" == *:arm64* ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+  "${sudo[@]}" dpkg --add-architecture arm64
+fi
 "${sudo[@]}" apt-get update -qq
 "${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
