@@ -27,8 +27,10 @@ sim_program() {  # <name>
     echo "$ORVO_SIM_BIN/$1"
     return 0
   fi
-  # `cgi` is cmd_up's variable when called from there.
-  if [ -n "${cgi:-}" ] && [ -x "$(dirname -- "$(dirname -- "$cgi")")/sim/$1" ]; then
+  # `cgi` is cmd_up's variable when called from there. An emulated rest.cgi's
+  # build holds programs for another machine: the PC build's are taken then.
+  if [ -n "${cgi:-}" ] && [ -z "${CAMSIM_CGI_INTERPRETER:-}" ] &&
+    [ -x "$(dirname -- "$(dirname -- "$cgi")")/sim/$1" ]; then
     echo "$(dirname -- "$(dirname -- "$cgi")")/sim/$1"
     return 0
   fi
