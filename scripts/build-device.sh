@@ -3,8 +3,10 @@
 # and small, cross-compiled with Debian's toolchain (cmake/aarch64-linux-gnu.cmake).
 #   scripts/build-device.sh          the image: build-device/rest.cgi (stripped),
 #                                    built with ORVO_DEVICE_BUILD (the camera's own paths)
-#   scripts/build-device.sh --tests  also the same code, root-aware, with its tests, in
-#                                    build-device-tests/; ctest runs them under qemu-aarch64
+#   scripts/build-device.sh --tests [TARGET...]
+#                                    also the same code, root-aware, with its tests (or only
+#                                    these targets of it), in build-device-tests/; ctest runs
+#                                    them under qemu-aarch64
 #   scripts/build-device.sh --sim    only the root-aware rest.cgi of build-device-tests/, for
 #                                    the simulated camera (./camsim up --device); prints its path
 # Prints the image's path and stripped size. ORVO_DEVICE_DIR moves build-device/.
@@ -13,11 +15,13 @@ cd "$(dirname "$0")/.."
 
 mode=image
 case "${1:-}" in
-  --tests) mode=tests ;;
+  --tests) mode=tests; shift ;;
   --sim) mode=sim ;;
   "") ;;
   *) echo "unknown option: $1" >&2; exit 2 ;;
 esac
+targets=()
+for target in "$@"; do targets+=(--target "$target"); done
 
 scripts/install-deps.sh --device
 jobs=$(nproc)
@@ -44,6 +48,6 @@ cmake --build "$image_dir" -j "$jobs" --target rest.cgi >&2
 aarch64-linux-gnu-strip -o "$image" "$image_dir/src/rest.cgi"
 if [ "$mode" = tests ]; then
   cmake -S . -B "$tests_dir" "${configure[@]}" -DORVO_DEVICE_IMAGE="$image" >/dev/null
-  cmake --build "$tests_dir" -j "$jobs" >&2
+  cmake --build "$tests_dir" -j "$jobs" "${targets[@]}" >&2
 fi
 echo "device image: $image ($(stat -c %s "$image") bytes stripped)"
