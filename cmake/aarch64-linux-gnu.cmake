@@ -14,11 +14,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 
-# Every program is linked statically, as the camera's rest.cgi is (which
-# stays a static PIE): the tests then run under qemu's user-mode emulation
-# with no loader or shared library of the target to find. (A dynamically
-# linked test given the cross sysroot as qemu's library path hangs in the
-# child of its first fork.)
-set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+# Every program is a static PIE, as the camera's rest.cgi is: the tests then
+# run under qemu's user-mode emulation with no loader or shared library of
+# the target to find. (A dynamically linked test given the cross sysroot as
+# qemu's library path hangs in the child of its first fork; and -static
+# beside -static-pie links a program that crashes at start.)
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static-pie)
 find_program(QEMU_AARCH64 qemu-aarch64 REQUIRED)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${QEMU_AARCH64})
