@@ -1,4 +1,5 @@
-/* The floor: the smallest CGI program that gives the version answer. */
+/* The floor: the smallest CGI program that gives the version answer (built
+   twice, linked dynamically and statically). */
 #include <stdio.h>
 
 int main(void) {

@@ -1,33 +1,36 @@
-/* Runs a CGI program once with a file on standard input, as a web server
- * passes a request body, and prints its exit status and peak resident
- * memory in KiB (from wait4, so the child's own peak alone):
- *   peak_rss BODY_FILE PROGRAM [NAME=VALUE ...]
- * argv[0] is the program's path; the environment is exactly the pairs given. */
+/* Peak resident memory of one run of a CGI program, in KiB.
+ *   peak_rss PROGRAM [NAME=VALUE ...]
+ * The kernel counts into a child's peak the memory of the process it was
+ * before exec, so the measuring process must be small itself: this one is
+ * a static C program that forks and waits, nothing more. */
 #include <fcntl.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    fprintf(stderr, "usage: peak_rss BODY_FILE PROGRAM [NAME=VALUE ...]\n");
+  if (argc < 2) {
+    fprintf(stderr, "usage: %s PROGRAM [NAME=VALUE ...]\n", argv[0]);
     return 2;
   }
-  pid_t child = fork();
-  if (child < 0) return 1;
-  if (child == 0) {
-    int in = open(argv[1], O_RDONLY);
-    int out = open("/dev/null", O_WRONLY);
-    if (in < 0 || out < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0) _exit(127);
-    char* args[] = {argv[2], NULL};
-    execve(argv[2], args, argv + 3);
+  pid_t pid = fork();
+  if (pid < 0) return 1;
+  if (pid == 0) {
+    int null = open("/dev/null", O_RDWR);
+    dup2(null, 0);
+    dup2(null, 1);
+    char* child_argv[] = {argv[1], NULL};
+    execve(argv[1], child_argv, argv + 2);
     _exit(127);
   }
   int status = 0;
   struct rusage usage;
-  if (wait4(child, &status, 0, &usage) != child) return 1;
-  printf("exit %d peak %ld KiB\n", WIFEXITED(status) ? WEXITSTATUS(status) : -1, usage.ru_maxrss);
+  if (wait4(pid, &status, 0, &usage) != pid) return 1;
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    fprintf(stderr, "%s failed (status %d)\n", argv[1], status);
+    return 1;
+  }
+  printf("%ld\n", usage.ru_maxrss);
   return 0;
 }

@@ -1,5 +1,7 @@
 // Whole-process benchmark: starts a CGI program many times, as a web server
-// would, and reports the median time per start and the peak resident memory.
+// would, and reports the median time per start and the peak resident memory
+// (an upper bound: the kernel counts this process's own memory into a
+// spawned child's peak; bench/peak_rss measures a program alone).
 // Two programs are measured in alternating rounds so that machine noise hits
 // both alike; the result is reported as a ratio.
 //

@@ -5,8 +5,8 @@
 #include <list>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
+#include <string_view>
 
 #include "cgi.h"
 #include "orvo/utils/mutex.h"
@@ -94,6 +94,20 @@ class CGIRequest {
   std::string remoteAddress;
 };
 
+// The answer's body, kept until the commit. Text only: a string stream
+// would bring the locale machinery into the program for an append.
+class ResponseBody {
+ public:
+  ResponseBody& operator<<(std::string_view text) {
+    text_.append(text);
+    return *this;
+  }
+  std::string const& str() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
 class CGIResponse {
  public:
   explicit CGIResponse(CGIRequest const& request);
@@ -111,7 +125,7 @@ class CGIResponse {
   void Close();
   bool Redirect(std::string const& url);
 
-  std::ostringstream body;
+  ResponseBody body;
 
  private:
   s_cgi* cgi;

@@ -23,7 +23,7 @@ void CGIResponse::SetHttpHeader(std::string const& name, std::string const& valu
 
 int CGIResponse::Commit() {
   if (committed) return 0;
-  std::string const text = body.str();
+  std::string const& text = body.str();
   std::string out;
   out.reserve(text.size() + 128);
   for (auto const& header : headers) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <string_view>
 
 #include "handlers.h"
 #include "orvo/utils/file_handle.h"
@@ -42,11 +43,7 @@ bool SendFile(std::string const& path, CGIResponse& response) {
   }
   if (size > 0) {
     std::size_t const count = std::min(static_cast<std::size_t>(size), content.size());
-    response.body.write(content.data(), static_cast<std::streamsize>(count));
-    if (!response.body.good()) {
-      ORVO_LOG("SendFile", LOG_ERR, 0, "Failed to write file %s", path.c_str());
-      return false;
-    }
+    response.body << std::string_view(content.data(), count);
   }
   return true;
 }

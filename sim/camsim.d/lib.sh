@@ -149,7 +149,10 @@ sim_program() {  # <name>
     echo "$ORVO_SIM_BIN/$1"
     return 0
   fi
-  if [ -n "$CAMSIM_PROGRAM_BUILD" ] && [ -x "$CAMSIM_PROGRAM_BUILD/sim/$1" ]; then
+  # An emulated rest.cgi's build holds programs for another machine: the PC
+  # build's are taken then.
+  if [ -n "$CAMSIM_PROGRAM_BUILD" ] && [ -z "${CAMSIM_CGI_INTERPRETER:-}" ] &&
+    [ -x "$CAMSIM_PROGRAM_BUILD/sim/$1" ]; then
     echo "$CAMSIM_PROGRAM_BUILD/sim/$1"
     return 0
   fi

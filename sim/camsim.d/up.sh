@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-describe_command up "up [--root DIR] [--port N] [--cgi PATH]" \
-  "build rest.cgi, serve it with lighttpd on 127.0.0.1:N (8080)"
+describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device]" \
+  "build rest.cgi, serve it with lighttpd on 127.0.0.1:N (8080); --device: the AArch64 build, under qemu"
 
 # How long `up` waits for the web server to answer.
 UP_WAIT_SECONDS=10
@@ -8,12 +8,14 @@ UP_WAIT_SECONDS=10
 cmd_up() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
-  local port=8080 cgi=""
+  local port=8080 cgi="" device=false
   while [ $# -gt 0 ]; do
     case "$1" in
       --port) [ $# -ge 2 ] || die "up: --port needs a number"; port=$2; shift ;;
       # A rest.cgi built elsewhere (the tests' own build): nothing is built.
       --cgi) [ $# -ge 2 ] || die "up: --cgi needs a path"; cgi=$2; shift ;;
+      # The AArch64 rest.cgi (root-aware build), run by qemu user-mode emulation.
+      --device) device=true ;;
       *) die "up: unknown option '$1'" ;;
     esac
     shift
@@ -32,7 +34,12 @@ cmd_up() {
 
   # shellcheck disable=SC2034  # read by sim_program (lib.sh)
   CAMSIM_MAY_BUILD=1
-  if [ -z "$cgi" ]; then
+  CAMSIM_CGI_INTERPRETER=""
+  if $device; then
+    [ -n "$cgi" ] || cgi=$("$CAMSIM_REPO/scripts/build-device.sh" --sim) ||
+      die "up: building the AArch64 rest.cgi failed"
+    CAMSIM_CGI_INTERPRETER=$(command -v qemu-aarch64) || die "up: qemu-aarch64 is not installed"
+  elif [ -z "$cgi" ]; then
     build_target rest.cgi
     cgi="$(build_dir)/src/rest.cgi"
   fi
@@ -61,7 +68,9 @@ start_lighttpd() {  # <port>
   local port=$1 dir
   dir=$(lighttpd_dir)
   local config="$dir/lighttpd.conf" error_log="$dir/error.log"
+  # lighttpd runs "<interpreter> <root>/www/cgi-bin/rest.cgi": argv[0] keeps the name.
   sed -e "s#@ROOT@#$CAMSIM_ROOT#g" -e "s#@PORT@#$port#g" \
+    -e "s#@CGI_INTERPRETER@#${CAMSIM_CGI_INTERPRETER:-}#g" \
     "$CAMSIM_REPO/sim/lighttpd.conf.in" >"$config"
   echo "$port" >"$(lighttpd_port_file)"
   rm -f -- "$(lighttpd_pid_file)"

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 #include <vector>
 
 #include "orvo/utils/stats.h"
@@ -33,10 +32,16 @@ bool parseUnsigned(std::string const& word, uint64_t* value) {
   return true;
 }
 
+// Words separated by blanks, as the kernel writes them.
 std::vector<std::string> words(std::string const& line) {
-  std::istringstream in(line);
+  static char const kBlanks[] = " \t\n\v\f\r";
   std::vector<std::string> out;
-  for (std::string word; in >> word;) out.push_back(word);
+  std::size_t at = line.find_first_not_of(kBlanks);
+  while (at != std::string::npos) {
+    std::size_t const end = line.find_first_of(kBlanks, at);
+    out.push_back(line.substr(at, end - at));
+    at = line.find_first_not_of(kBlanks, end);
+  }
   return out;
 }
 
@@ -102,8 +107,11 @@ bool parseNetDev(std::string const& procNetDev, SystemStats* stats) {
   stats->interfaceCount = 0;
   if (procNetDev.size() > kMaxProcTextBytes) return false;
   bool sawInterfaceLine = false;
-  std::istringstream in(procNetDev);
-  for (std::string line; std::getline(in, line);) {
+  for (std::size_t at = 0; at < procNetDev.size();) {
+    std::size_t end = procNetDev.find('\n', at);
+    if (end == std::string::npos) end = procNetDev.size();
+    std::string const line = procNetDev.substr(at, end - at);
+    at = end + 1;
     if (line.find('|') != std::string::npos) continue;  // the two heading lines
     if (line.find(':') == std::string::npos) continue;
     sawInterfaceLine = true;

@@ -1,45 +1,11 @@
 #include "orvo/variant/uri.h"
 
-#include <dlfcn.h>
-#include <uriparser/Uri.h>
-
-#include "orvo/log.h"
+#include <boost/url/parse.hpp>
 
 namespace orvo {
 namespace variant {
 
 namespace {
-
-using ParseFunction = int (*)(UriUriA*, char const*, char const**);
-using FreeFunction = void (*)(UriUriA*);
-
-struct UriParserLibrary {
-  ParseFunction parse = nullptr;
-  FreeFunction release = nullptr;
-};
-
-// Loaded once per process; stays loaded until exit.
-UriParserLibrary const& uriParserLibrary() {
-  static UriParserLibrary const library = [] {
-    UriParserLibrary loaded;
-    void* handle = dlopen(kUriParserLibrary, RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-      logInternal("orvo_variant", "orvo/variant/uri", "FromString", __LINE__, LOG_ERR, 0, 0,
-                  "Cannot load %s: %s", kUriParserLibrary, dlerror());
-      return loaded;
-    }
-    loaded.parse = reinterpret_cast<ParseFunction>(dlsym(handle, "uriParseSingleUriA"));
-    loaded.release = reinterpret_cast<FreeFunction>(dlsym(handle, "uriFreeUriMembersA"));
-    if (loaded.parse == nullptr || loaded.release == nullptr) loaded = UriParserLibrary();
-    return loaded;
-  }();
-  return library;
-}
-
-std::string rangeText(UriTextRangeA const& range) {
-  if (range.first == nullptr || range.afterLast == nullptr) return "";
-  return std::string(range.first, range.afterLast);
-}
 
 int hexValue(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -63,23 +29,20 @@ std::string percentDecoded(std::string const& text) {
   return out;
 }
 
-std::string pathText(UriUriA const& parsed) {
-  std::string path;
-  for (UriPathSegmentA const* segment = parsed.pathHead; segment; segment = segment->next) {
-    path += "/" + rangeText(segment->text);
-  }
-  return path;
-}
+std::string raw(boost::urls::pct_string_view text) { return std::string(text.data(), text.size()); }
 
-void fill(UriUriA const& parsed, bool decode, URI& uri) {
-  auto text = [decode](std::string const& raw) { return decode ? percentDecoded(raw) : raw; };
-  uri.scheme = rangeText(parsed.scheme);
-  uri.userInfo = text(rangeText(parsed.userInfo));
-  uri.host = rangeText(parsed.hostText);
-  uri.port = rangeText(parsed.portText);
-  uri.path = text(pathText(parsed));
-  uri.query = text(rangeText(parsed.query));
-  uri.fragment = text(rangeText(parsed.fragment));
+void fill(boost::urls::url_view const& parsed, bool decode, URI& uri) {
+  auto text = [decode](std::string const& encoded) {
+    return decode ? percentDecoded(encoded) : encoded;
+  };
+  uri.scheme = std::string(parsed.scheme());
+  uri.userInfo = text(raw(parsed.encoded_userinfo()));
+  // The host as written: escapes in a name stay, an IP literal loses its brackets.
+  uri.host = raw(parsed.encoded_host_address());
+  uri.port = std::string(parsed.port());
+  uri.path = text(raw(parsed.encoded_path()));
+  uri.query = text(raw(parsed.encoded_query()));
+  uri.fragment = text(raw(parsed.encoded_fragment()));
 }
 
 }  // namespace
@@ -89,13 +52,9 @@ bool URI::FromString(std::string const& text, bool decode, URI& uri) {
   if (text.empty() || text.size() > kMaxUriBytes || text.find('\0') != std::string::npos) {
     return false;
   }
-  UriParserLibrary const& library = uriParserLibrary();
-  if (library.parse == nullptr) return false;
-  UriUriA parsed;
-  char const* errorAt = nullptr;
-  if (library.parse(&parsed, text.c_str(), &errorAt) != URI_SUCCESS) return false;
-  fill(parsed, decode, uri);
-  library.release(&parsed);
+  auto parsed = boost::urls::parse_uri(text);
+  if (!parsed) return false;
+  fill(*parsed, decode, uri);
   if (uri.scheme.empty() || uri.host.empty()) {
     uri = URI();
     return false;

@@ -1,10 +1,15 @@
 // The JSON reader and writer.
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "orvo/variant/variant.h"
 
@@ -218,6 +223,37 @@ TEST(VariantJsonWrite, DoublesInShortestRoundTripForm) {
     EXPECT_EQ(back.Type(), vt::VT_DOUBLE) << c.text;
     EXPECT_EQ(back.AsDouble(), c.value) << c.text;
   }
+}
+
+// The writer's own shortest form agrees with the standard library's for
+// every power of two and its neighbours (where the nearest digits and the
+// shortest ones part) and for random bit patterns.
+TEST(VariantJsonWrite, DoublesMatchTheStandardShortestForm) {
+  std::vector<double> values;
+  for (int power = -1074; power <= 1023; ++power) {
+    double const value = std::ldexp(1.0, power);
+    values.insert(values.end(), {value, -value, std::nextafter(value, 0.0),
+                                 std::nextafter(value, HUGE_VAL)});
+  }
+  std::mt19937_64 bits(20261122);
+  while (values.size() < 30000) {
+    std::uint64_t const pattern = bits();
+    double value;
+    std::memcpy(&value, &pattern, sizeof value);
+    if (std::isfinite(value)) values.push_back(value);
+  }
+  int mismatches = 0;
+  for (double value : values) {
+    char expected[64];
+    auto const end = std::to_chars(expected, expected + sizeof expected, value).ptr;
+    Variant v;
+    v = value;
+    if (v.ToString() != std::string(expected, end) && ++mismatches <= 10) {
+      ADD_FAILURE() << std::hexfloat << value << ": " << v.ToString() << " instead of "
+                    << std::string(expected, end);
+    }
+  }
+  EXPECT_EQ(mismatches, 0);
 }
 
 TEST(VariantJsonWrite, StringsAreEscapedAndAlwaysValidUtf8) {

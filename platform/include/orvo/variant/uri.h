@@ -8,9 +8,6 @@
 namespace orvo {
 namespace variant {
 
-// The parser library is loaded on first use, not linked: a CGI process that
-// never parses a URI (nearly all of them) does not pay for loading it.
-constexpr char kUriParserLibrary[] = "liburiparser.so.1";
 // Longest text FromString accepts.
 constexpr std::size_t kMaxUriBytes = 2048;
 
@@ -27,8 +24,7 @@ class URI {
   // Parses `text` into `uri`. It must be absolute, with a scheme and a
   // non-empty host. `decode` true: percent-escapes in the user info, path,
   // query and fragment are decoded. False (and `uri` cleared) when `text`
-  // does not parse, breaks those rules, is longer than kMaxUriBytes, or the
-  // parser library cannot be loaded.
+  // does not parse, breaks those rules, or is longer than kMaxUriBytes.
   static bool FromString(std::string const& text, bool decode, URI& uri);
 };
 

@@ -17,6 +17,19 @@ namespace {
 // program does, only how a sanitizer report ends the process.
 constexpr char const* kSanitizerVariables[] = {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"};
 
+// The emulator command of a cross build (words joined by "|"), else empty.
+std::vector<std::string> emulatorCommand() {
+  std::vector<std::string> words;
+  std::string const list = ORVO_CGI_EMULATOR;
+  for (std::size_t at = 0; at < list.size();) {
+    std::size_t end = list.find('|', at);
+    if (end == std::string::npos) end = list.size();
+    if (end > at) words.push_back(list.substr(at, end - at));
+    at = end + 1;
+  }
+  return words;
+}
+
 }  // namespace
 
 std::string restCgiPath() { return ORVO_REST_CGI; }
@@ -59,6 +72,14 @@ ProcessResult runCgi(CameraRoot const& root, Environment const& env, std::string
   ProcessSpec process;
   process.program = restCgiPath();
   process.argv = {options.argv0.empty() ? restCgiPath() : options.argv0};
+  std::vector<std::string> emulator = emulatorCommand();
+  if (!emulator.empty()) {
+    // The emulator becomes the process (same pid), gives the program the
+    // argv[0] asked for and passes the environment on unchanged.
+    process.program = emulator.front();
+    emulator.insert(emulator.end(), {"-0", process.argv.front(), restCgiPath()});
+    process.argv = emulator;
+  }
   Environment all = env;
   all["ORVO_ROOT"] = root.path();
   for (char const* name : kSanitizerVariables) {
