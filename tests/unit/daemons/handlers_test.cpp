@@ -128,7 +128,7 @@ TEST_F(Handlers, ScanListsAccessPointsWithoutPassphrases) {
   Variant answer = ask(orvo::daemons::kNetworkd, R"({"functionName": "ScanAP"})");
   ASSERT_EQ(answer["accessPoints"].KeysCount(), 3u);
   for (Variant const& ap : answer["accessPoints"].Elements()) {
-    EXPECT_FALSE(ap.StringAt("essid").empty());
+    EXPECT_FALSE(ap.StringAt("ssid").empty());
     EXPECT_FALSE(ap.Has(orvo::variant::VT_ANY, "passphrase"));
   }
 }
