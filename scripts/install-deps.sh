@@ -21,6 +21,7 @@ packages=(
 device_packages=(
   g++-aarch64-linux-gnu qemu-user
   libcrypt-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+  libsodium-dev:arm64 zlib1g-dev:arm64 libjpeg-dev:arm64
 )
 if [ "${1:-}" = --device ]; then
   packages+=("${device_packages[@]}")

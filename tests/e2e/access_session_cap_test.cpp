@@ -16,7 +16,6 @@ namespace orvo {
 namespace e2e {
 namespace {
 
-constexpr char const* kAddr = kHardeningAddr;
 constexpr char kDb[] = "/tmp/.rest_0_1.db";
 constexpr std::size_t kCap = 1024;
 constexpr std::size_t kReadLimit = 8u << 20;
