@@ -131,7 +131,9 @@ TEST_F(BusDaemons, SlowDaemonSetsTheBatchTime) {
   ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kStreamer) + " latency 1500"), 0);
   BatchResult const batch = runSettingsRead();
   EXPECT_GE(batch.elapsedMs, 1500 - kLatencyToleranceMs);
-  EXPECT_LE(batch.elapsedMs, 1500 + 200);
+  // Far below the batch's 5000 ms limit: the batch ends with its slowest
+  // answer. The margin covers a loaded machine under the sanitizers.
+  EXPECT_LE(batch.elapsedMs, 1500 + 500);
   for (std::size_t i = 0; i < kBatchSize; ++i) {
     EXPECT_GT(batch.answers[i].KeysCount(), 0u) << kSettingsRead[i].functionName;
   }
