@@ -88,16 +88,6 @@ Variant const* joinedAccessPoint(Variant const& wifi, Variant const& accessPoint
   return nullptr;
 }
 
-Variant scanView(Variant const& accessPoints) {
-  Variant view;
-  view.IsArray(true);
-  for (Variant ap : accessPoints.Elements()) {
-    ap.RemoveValue("passphrase", false);
-    view.PushBack(ap);
-  }
-  return view;
-}
-
 std::string setAccessPoint(std::string const& ssid, std::string const& passphrase,
                            int signalDbm) {
   if (ssid.empty() || ssid.size() > kMaxSsidBytes) return "the SSID is 1 to 32 bytes";

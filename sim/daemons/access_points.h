@@ -21,9 +21,6 @@ constexpr int kDefaultSignalDbm = -60;
 orvo::variant::Variant const* joinedAccessPoint(orvo::variant::Variant const& wifi,
                                                 orvo::variant::Variant const& accessPoints);
 
-// The list as a scan reports it: without the passphrases.
-orvo::variant::Variant scanView(orvo::variant::Variant const& accessPoints);
-
 // Adds or replaces the network `ssid` ("" passphrase: open). "" when done,
 // else what is wrong.
 std::string setAccessPoint(std::string const& ssid, std::string const& passphrase,
