@@ -28,9 +28,14 @@ case "${1:-}" in
     mkdir -p "$2"
     "$redocly" build-docs --disableGoogleFont --title "Camera REST interface" \
       -o "$2/index.html.new" "$document" >/dev/null
-    # The page loads Redoc from beside itself, not from a CDN.
-    sed -i -E 's#<script src="https://[^"]*/redoc\.standalone\.js"></script>#<script src="redoc.standalone.js"></script>#' \
+    # The page loads Redoc from beside itself, not from a CDN, and renders
+    # the embedded document afresh: hydrating the pre-rendered markup makes
+    # React report mismatches in the browser's console.
+    sed -i -E -e 's#<script src="https://[^"]*/redoc\.standalone\.js"></script>#<script src="redoc.standalone.js"></script>#' \
+      -e 's#Redoc\.hydrate\(__redoc_state, container\)#Redoc.init(__redoc_state.spec.data, __redoc_state.options, container)#' \
       "$2/index.html.new"
+    grep -q 'Redoc\.init(__redoc_state' "$2/index.html.new" ||
+      { echo "openapi.sh: the page's start script is not the expected one" >&2; exit 1; }
     if grep -qE '<(script|link)[^>]+(src|href)="https?://' "$2/index.html.new"; then
       echo "openapi.sh: the page still loads something from the network" >&2
       exit 1
