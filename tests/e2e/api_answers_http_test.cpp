@@ -100,7 +100,7 @@ TEST_F(ApiAnswersHttp, PictureResetAndScan) {
   control(orvo::daemons::kNetworkd, {"scan-duration", "100"});
   HttpResponse scan = call("GET", "/api/1.2/ap");
   EXPECT_EQ(scan.status, 200);
-  EXPECT_NE(scan.body.find("\"essid\":\"HomeNet\""), std::string::npos) << scan.body;
+  EXPECT_NE(scan.body.find("\"ssid\":\"HomeNet\""), std::string::npos) << scan.body;
 }
 
 TEST_F(ApiAnswersHttp, FactoryResetIsQueued) {
