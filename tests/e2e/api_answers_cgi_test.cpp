@@ -157,14 +157,29 @@ TEST_F(ApiAnswersCgi, WithoutDaemonsTheDaemonBackedOperationsFail) {
   EXPECT_EQ(scan.body, "");
 }
 
-TEST_F(ApiAnswersCgi, SetupFormFailsWithoutTheSystemConfiguration) {
+TEST_F(ApiAnswersCgi, FormsFailWithoutTheSystemConfiguration) {
   std::string const cookie = session();
   std::string const configuration = root().file("/etc/orvo/system.cfg");
   ASSERT_EQ(rename(configuration.c_str(), (configuration + ".away").c_str()), 0);
   CgiResult form = call("GET", "1.2/setup", "", cookie);
+  CgiResult settings = call("GET", "1.2/settings", "", cookie);
   ASSERT_EQ(rename((configuration + ".away").c_str(), configuration.c_str()), 0);
   EXPECT_EQ(form.status, "500");
   EXPECT_EQ(form.body, "");
+  EXPECT_EQ(settings.status, "500");
+  EXPECT_TRUE(hasSummary(settings.log, "rest_settings err orvo_cgi: src/rest_settings:handle_get: "
+                                       "Failed to initialize system cfg manager"));
+}
+
+TEST_F(ApiAnswersCgi, SystemLogFailsWithoutTheLog) {
+  std::string const cookie = session();
+  std::string const log = root().file("/var/log/messages");
+  ASSERT_EQ(rename(log.c_str(), (log + ".away").c_str()), 0);
+  CgiResult answer = call("GET", "1.2/syslog", "", cookie);
+  // The refusal's own log line started a new file: the old one comes back.
+  ASSERT_EQ(rename((log + ".away").c_str(), log.c_str()), 0);
+  EXPECT_EQ(answer.status, "500");
+  EXPECT_EQ(answer.body, "");
 }
 
 TEST_F(ApiAnswersCgi, ManageRefusesOtherMethodsAndBadData) {
