@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the project builds, tests and runs with.
+# Installs the Debian packages the project builds, tests and runs with, and
+# the pinned npm tools of tools/openapi (npm ci from its lock file).
 # Does nothing when they are all present.
 #   --device   also the device build's: the AArch64 cross compiler, the arm64
 #              libraries we link (Debian multiarch) and qemu user-mode emulation
@@ -16,6 +17,7 @@ packages=(
   openssl                           # camsim hashes the simulated account's password
   hyperfine                         # whole-process benchmarks
   shellcheck                        # the scripts are checked by the test suite
+  chromium                          # the API reference is checked in a headless browser
 )
 
 device_packages=(
@@ -31,13 +33,27 @@ missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+# Node and npm for the API description's tools: Debian's, unless a node
+# with its own npm is installed already.
+command -v node >/dev/null && command -v npm >/dev/null || missing+=(nodejs npm)
 
-echo "installing: ${missing[*]}" >&2
-if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
-export DEBIAN_FRONTEND=noninteractive
-if [[ " ${missing[*]}" == *:arm64* ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
-  "${sudo[@]}" dpkg --add-architecture arm64
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "installing: ${missing[*]}" >&2
+  if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
+  export DEBIAN_FRONTEND=noninteractive
+  if [[ " ${missing[*]}" == *:arm64* ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+    "${sudo[@]}" dpkg --add-architecture arm64
+  fi
+  "${sudo[@]}" apt-get update -qq
+  "${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
-"${sudo[@]}" apt-get update -qq
-"${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+
+# The Redocly CLI exactly as tools/openapi/package-lock.json pins it; the
+# copy of the lock file inside node_modules says which one is there.
+tools="$(cd "$(dirname "$0")/.." && pwd)/tools/openapi"
+if [ ! -x "$tools/node_modules/.bin/redocly" ] ||
+  ! cmp -s "$tools/package-lock.json" "$tools/node_modules/.installed-lock.json"; then
+  echo "installing: the npm packages of tools/openapi" >&2
+  (cd "$tools" && npm ci --prefer-offline --no-audit --no-fund --ignore-scripts >/dev/null)
+  cp "$tools/package-lock.json" "$tools/node_modules/.installed-lock.json"
+fi

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device]" \
-  "build rest.cgi, serve it with lighttpd on 127.0.0.1:N (8080); --device: the AArch64 build, under qemu"
+  "build rest.cgi and the API reference, serve them with lighttpd on 127.0.0.1:N (8080), the reference at /docs/; --device: the AArch64 build, under qemu"
 
 # How long `up` waits for the web server to answer.
 UP_WAIT_SECONDS=10
@@ -42,6 +42,8 @@ cmd_up() {
   elif [ -z "$cgi" ]; then
     build_target rest.cgi
     cgi="$(build_dir)/src/rest.cgi"
+    # The API reference served at /docs/.
+    build_target orvo_openapi
   fi
   [ -x "$cgi" ] || die "up: $cgi is not an executable"
   cgi=$(realpath -- "$cgi")
@@ -70,7 +72,7 @@ start_lighttpd() {  # <port>
   local config="$dir/lighttpd.conf" error_log="$dir/error.log"
   # lighttpd runs "<interpreter> <root>/www/cgi-bin/rest.cgi": argv[0] keeps the name.
   sed -e "s#@ROOT@#$CAMSIM_ROOT#g" -e "s#@PORT@#$port#g" \
-    -e "s#@CGI_INTERPRETER@#${CAMSIM_CGI_INTERPRETER:-}#g" \
+    -e "s#@CGI_INTERPRETER@#${CAMSIM_CGI_INTERPRETER:-}#g" -e "s#@DOCS@#$(docs_dir)#g" \
     "$CAMSIM_REPO/sim/lighttpd.conf.in" >"$config"
   echo "$port" >"$(lighttpd_port_file)"
   rm -f -- "$(lighttpd_pid_file)"
@@ -90,6 +92,16 @@ start_lighttpd() {  # <port>
     stop_daemons >&2
     die "up: no HTTP answer on port $port within ${UP_WAIT_SECONDS}s"
   }
+}
+
+# The rendered API reference of the PC build that serves rest.cgi, or of the
+# build folder (an emulated rest.cgi's build renders none).
+docs_dir() {
+  if [ -n "${CAMSIM_PROGRAM_BUILD:-}" ] && [ -d "$CAMSIM_PROGRAM_BUILD/docs/api" ]; then
+    echo "$CAMSIM_PROGRAM_BUILD/docs/api"
+  else
+    echo "$(build_dir)/docs/api"
+  fi
 }
 
 # Any HTTP answer (even 404) means the server is up.

@@ -1,5 +1,7 @@
 #include "support/cgi_run.h"
 
+#include "support/openapi_check.h"
+
 #include <stdlib.h>
 
 namespace orvo {
@@ -11,6 +13,20 @@ namespace {
 // program does, only how a sanitizer report ends the process.
 constexpr char const* kSanitizerVariables[] = {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"};
 constexpr char kHeaderEnd[] = "\r\n\r\n";
+
+// Hands a run of rest.cgi itself to the API description's check.
+void checkCgiAnswer(Environment const& environment, CgiResult const& result) {
+  auto const query = environment.find("QUERY_STRING");
+  auto const method = environment.find("REQUEST_METHOD");
+  if (query == environment.end() || method == environment.end()) return;
+  ApiAnswer answer;
+  answer.request = requestOfQuery(query->second);
+  answer.method = method->second;
+  answer.status = std::atoi(result.status.c_str());
+  answer.contentType = result.header("Content-Type").value_or("");
+  answer.body = result.body;
+  checkApiAnswer(answer);
+}
 
 }  // namespace
 
@@ -78,6 +94,7 @@ CgiResult runCgi(CameraRoot const& root, Environment const& environment, std::st
   result.err = std::move(ran.err);
   splitCgiAnswer(result);
   result.log = mark.records();
+  if (!program.entry) checkCgiAnswer(environment, result);
   return result;
 }
 

@@ -1,5 +1,6 @@
 #include "support/http.h"
 
+#include "support/openapi_check.h"
 #include "support/process.h"
 
 #include <arpa/inet.h>
@@ -86,6 +87,11 @@ HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
   EXPECT_TRUE(result.exited && result.exitCode == 0) << "curl failed: " << result.err;
   auto response = parseHttpResponse(result.out);
   EXPECT_TRUE(response.has_value()) << "not an HTTP answer: " << result.out;
+  if (response) {
+    ApiAnswer answer{requestOfTarget(request.target), request.method, response->status,
+                     response->header("Content-Type").value_or(""), response->body};
+    if (!answer.request.empty()) checkApiAnswer(answer);
+  }
   return response.value_or(HttpResponse{});
 }
 
