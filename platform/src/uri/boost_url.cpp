@@ -14,9 +14,11 @@
 #include <boost/url/detail/impl/segments_iter_impl.ipp>
 #include <boost/url/detail/impl/url_impl.ipp>
 #include <boost/url/impl/authority_view.ipp>
+#include <boost/url/impl/decode_view.ipp>
 #include <boost/url/impl/error.ipp>
 #include <boost/url/impl/ipv4_address.ipp>
 #include <boost/url/impl/ipv6_address.ipp>
+#include <boost/url/impl/params_base.ipp>
 #include <boost/url/impl/params_encoded_base.ipp>
 #include <boost/url/impl/params_encoded_view.ipp>
 #include <boost/url/impl/params_view.ipp>
@@ -26,6 +28,7 @@
 #include <boost/url/impl/pct_string_view.ipp>
 #include <boost/url/impl/scheme.ipp>
 #include <boost/url/impl/segments_base.ipp>
+#include <boost/url/impl/segments_encoded_base.ipp>
 #include <boost/url/impl/segments_encoded_view.ipp>
 #include <boost/url/impl/segments_view.ipp>
 #include <boost/url/impl/url_view.ipp>
@@ -36,6 +39,7 @@
 #include <boost/url/grammar/impl/delim_rule.ipp>
 #include <boost/url/grammar/impl/error.ipp>
 #include <boost/url/grammar/impl/literal_rule.ipp>
+#include <boost/url/grammar/impl/string_view_base.ipp>
 #include <boost/url/rfc/detail/impl/h16_rule.ipp>
 #include <boost/url/rfc/detail/impl/hier_part_rule.ipp>
 #include <boost/url/rfc/detail/impl/host_rule.ipp>
