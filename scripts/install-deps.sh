@@ -14,7 +14,7 @@ packages=(
   libsodium-dev                     # firmware signatures, password hashes (static archive)
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
   openssl                           # camsim hashes the simulated account's password
-  hyperfine                         # whole-process benchmarks
+  hyperfine valgrind                # whole-process benchmarks (times, instruction counts)
   shellcheck                        # the scripts are checked by the test suite
 )
 
