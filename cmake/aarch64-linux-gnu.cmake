@@ -20,8 +20,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 # qemu's library path hangs in the child of its first fork; and -static
 # beside -static-pie links a program that crashes at start.)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static-pie)
-# Static archives only (libjpeg.a, libz.a, ...): a static program cannot link
-# the shared libraries find_library would otherwise prefer.
-set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
 find_program(QEMU_AARCH64 qemu-aarch64 REQUIRED)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${QEMU_AARCH64})
