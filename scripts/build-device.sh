@@ -28,11 +28,12 @@ jobs=$(nproc)
 image_dir=${ORVO_DEVICE_DIR:-build-device}
 [[ $image_dir = /* ]] || image_dir=$PWD/$image_dir
 tests_dir=${image_dir}-tests
-configure=(-G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake"
-  -DCMAKE_BUILD_TYPE=MinSizeRel)
+launcher=()
 if command -v ccache >/dev/null; then
-  configure+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+  launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 fi
+configure=(-G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake"
+  -DCMAKE_BUILD_TYPE=MinSizeRel "${launcher[@]}")
 
 image=$image_dir/rest.cgi
 if [ "$mode" = sim ]; then
@@ -47,7 +48,18 @@ cmake -S . -B "$image_dir" "${configure[@]}" -DORVO_DEVICE_BUILD=ON -DORVO_TESTS
 cmake --build "$image_dir" -j "$jobs" --target rest.cgi >&2
 aarch64-linux-gnu-strip -o "$image" "$image_dir/src/rest.cgi"
 if [ "$mode" = tests ]; then
-  cmake -S . -B "$tests_dir" "${configure[@]}" -DORVO_DEVICE_IMAGE="$image" >/dev/null
+  # The camera roots of the emulated tests hold this machine's simulator
+  # programs: rest.cgi runs the root's tools, which must run natively.
+  host_dir=${ORVO_BUILD_DIR:-build}
+  [[ $host_dir = /* ]] || host_dir=$PWD/$host_dir
+  [ -f "$host_dir/CMakeCache.txt" ] || cmake -S . -B "$host_dir" -G Ninja \
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" >/dev/null
+  cmake --build "$host_dir" -j "$jobs" --target orvo_simd orvo_bus_call orvo_system_cfg \
+    orvo_support orvo_fwimage orvo_fwupdate >&2
+  # Libraries found before the toolchain took static archives only are
+  # looked up again.
+  cmake -S . -B "$tests_dir" "${configure[@]}" -DORVO_DEVICE_IMAGE="$image" \
+    -DORVO_HOST_SIM_BIN="$host_dir/sim" -U 'ZLIB_LIBRARY*' -U 'JPEG_LIBRARY*' >/dev/null
   cmake --build "$tests_dir" -j "$jobs" "${targets[@]}" >&2
 fi
 echo "device image: $image ($(stat -c %s "$image") bytes stripped)"

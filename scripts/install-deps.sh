@@ -10,19 +10,19 @@ packages=(
   build-essential cmake ninja-build pkg-config
   clang libclang-rt-14-dev          # sanitizer and fuzzer builds
   libgtest-dev libgmock-dev         # unit tests
-  rapidjson-dev libboost-url1.81-dev libcrypt-dev
+  rapidjson-dev libboost-url1.81-dev
   libjpeg-dev zlib1g-dev            # the simulated camera: still image, support bundle
-  libsodium-dev                     # firmware image signatures (static archive)
+  libsodium-dev                     # firmware signatures, password hashes (static archive)
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
   openssl                           # camsim hashes the simulated account's password
-  hyperfine                         # whole-process benchmarks
+  hyperfine valgrind                # whole-process benchmarks (times, instruction counts)
   shellcheck                        # the scripts are checked by the test suite
   chromium                          # the API reference is checked in a headless browser
 )
 
 device_packages=(
   g++-aarch64-linux-gnu qemu-user
-  libcrypt-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+  libgtest-dev:arm64 libgmock-dev:arm64
   libsodium-dev:arm64 zlib1g-dev:arm64 libjpeg-dev:arm64
 )
 if [ "${1:-}" = --device ]; then

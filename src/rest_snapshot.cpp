@@ -2,8 +2,6 @@
 // pipeline keeps at /tmp/snap.jpeg, sent as it is on disk.
 #include "rest_snapshot.h"
 
-#include <regex.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -21,7 +19,6 @@ constexpr char kLogFile[] = "src/rest_snapshot";
 namespace {
 
 constexpr char kSnapshotPath[] = "/tmp/snap.jpeg";
-constexpr std::size_t kRegexErrorBytes = 1024;
 
 // `path` is the device path; the log names it so.
 bool SendFile(std::string const& path, CGIResponse& response) {
@@ -49,21 +46,6 @@ bool SendFile(std::string const& path, CGIResponse& response) {
 }
 
 }  // namespace
-
-bool RegexMatch(std::string const& text, std::string const& pattern) {
-  regex_t compiled;
-  int const error = regcomp(&compiled, pattern.c_str(), REG_EXTENDED | REG_NOSUB);
-  if (error != 0) {
-    char message[kRegexErrorBytes];
-    regerror(error, &compiled, message, sizeof message);
-    ORVO_LOG("RegexMatch", LOG_ERR, 0, "Failed to compile regex: %s", message);
-    regfree(&compiled);
-    return false;
-  }
-  bool const matched = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
-  regfree(&compiled);
-  return matched;
-}
 
 std::string ContentTypeOf(std::string const& path) {
   std::string::size_type const dot = path.rfind('.');

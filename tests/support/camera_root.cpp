@@ -52,6 +52,9 @@ std::vector<std::string> camsimEnvironment() {
     if (entry.rfind("ORVO_", 0) != 0) env.push_back(entry);
   }
   env.push_back("ORVO_BUILD_DIR=" + buildFolder());
+#ifdef ORVO_HOST_SIM_BIN
+  if (*ORVO_HOST_SIM_BIN) env.push_back(std::string("ORVO_SIM_BIN=") + ORVO_HOST_SIM_BIN);
+#endif
   return env;
 }
 

@@ -72,6 +72,11 @@ CgiResult runCgi(CameraRoot const& root, Environment const& environment, std::st
   ProcessSpec process;
   process.program = restCgiPath();
   process.argv = {program.argv0};
+#ifdef ORVO_CGI_EMULATOR
+  // The emulator runs the program with argv[0] as the test gives it.
+  process.program = ORVO_CGI_EMULATOR;
+  process.argv = {ORVO_CGI_EMULATOR, "-0", program.argv0, restCgiPath()};
+#endif
   process.entry = program.entry;
   Environment all = environment;
   all["ORVO_ROOT"] = root.path();

@@ -1,27 +1,23 @@
 // The account store: reading and replacing the account and token files, and
 // the checks against them.
-#include <crypt.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "orvo/utils/account.h"
 #include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
+#include "orvo/utils/sha512_crypt.h"
 
 namespace orvo {
 namespace utils {
 
 namespace {
 
-// New hashes use SHA-512 crypt with the library's default cost: strong
-// enough for a camera's one account and cheap enough for a CGI start.
-constexpr char kHashScheme[] = "$6$";
 constexpr char kAccountFolder[] = "/etc/orvo";
 
 // Replaces the file whole, mode 0600: a reader sees the old content or the
@@ -32,20 +28,16 @@ int replaceFile(std::string const& devicePathName, std::string const& text) {
   return replaceFileAtomically(devicePath(devicePathName), text, 0600, false) ? 0 : -1;
 }
 
-// crypt(3) of `password` with the setting (scheme and salt) of `setting`;
-// "" on failure. crypt_data is large: kept off the stack.
+// The hash of `password` with the salt and rounds of `setting`; "" when the
+// setting is not a SHA-512 crypt one. New hashes take the default 5000
+// rounds: strong enough for a camera's one account, cheap enough for a CGI.
 std::string hashWith(std::string const& password, std::string const& setting) {
-  auto data = std::make_unique<crypt_data>();
-  char const* out = crypt_r(password.c_str(), setting.c_str(), data.get());
-  // libxcrypt marks failure with a hash starting with '*'.
-  if (!out || out[0] != '$') return "";
-  return out;
+  return sha512Crypt(password, setting);
 }
 
 std::string newHash(std::string const& password) {
-  char setting[CRYPT_GENSALT_OUTPUT_SIZE];
-  if (!crypt_gensalt_rn(kHashScheme, 0, nullptr, 0, setting, sizeof setting)) return "";
-  return hashWith(password, setting);
+  std::string const setting = newSha512Setting();
+  return setting.empty() ? std::string() : hashWith(password, setting);
 }
 
 int readAccount(AccountRecord& record) {

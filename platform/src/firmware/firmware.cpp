@@ -124,7 +124,9 @@ enum class Origin { kInvalid, kSignedByKey, kOther };
 
 // Validity and signer in one pass over the image.
 Origin originOf(File& file, unsigned char const* publicKey) {
-  if (sodium_init() < 0) return Origin::kInvalid;
+  // No sodium_init(): it picks implementations for the library's dispatched
+  // primitives and seeds its random generator, none of which the Ed25519
+  // check uses, and linking it would bring all of them into the program.
   crypto_sign_ed25519ph_state prehash;
   crypto_sign_ed25519ph_init(&prehash);
   fw::Header header;

@@ -1,6 +1,10 @@
 #include "json_number.h"
 
+#include <cerrno>
 #include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "orvo/variant/variant.h"
@@ -11,35 +15,10 @@ namespace detail {
 
 namespace {
 
-// Exponents are read with saturation at this bound, far beyond any double.
-constexpr long kExponentCap = 1000000000L;
-
 template <typename Number>
 bool ParseWhole(std::string_view text, Number& value) {
   auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
-// Decimal order of magnitude of a grammatical JSON number that is not zero:
-// the power of ten of its first non-zero digit, exponent included.
-long DecimalMagnitude(std::string_view text) {
-  std::size_t const exponentAt = text.find_first_of("eE");
-  std::string_view const mantissa = text.substr(0, exponentAt);
-  long exponent = 0;
-  if (exponentAt != std::string_view::npos) {
-    std::size_t at = exponentAt + 1;
-    bool const negative = at < text.size() && text[at] == '-';
-    if (at < text.size() && (text[at] == '-' || text[at] == '+')) ++at;
-    for (; at < text.size() && exponent < kExponentCap; ++at) exponent = exponent * 10 + (text[at] - '0');
-    if (negative) exponent = -exponent;
-  }
-  std::size_t const point = mantissa.find('.');
-  std::size_t const integerDigitsEnd = point == std::string_view::npos ? mantissa.size() : point;
-  std::size_t const first = mantissa.find_first_of("123456789");
-  long const position = first < integerDigitsEnd
-                            ? static_cast<long>(integerDigitsEnd - first) - 1
-                            : -static_cast<long>(first - integerDigitsEnd);
-  return position + exponent;
 }
 
 }  // namespace
@@ -59,15 +38,18 @@ bool NumberFromText(char const* text, std::size_t length, Variant& out) {
       return true;
     }
   }
-  double value = 0;
-  auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-  if (result.ptr != number.data() + number.size()) return false;
-  if (result.ec == std::errc::result_out_of_range) {
-    if (DecimalMagnitude(number) >= 0) return false;  // beyond the largest double
-    value = negative ? -0.0 : 0.0;                     // below the smallest one
-  } else if (result.ec != std::errc()) {
-    return false;
-  }
+  // strtod rather than std::from_chars for doubles: the C library's
+  // conversion is in the program anyway, the C++ library's brings its own
+  // tables and the locale machinery (about 70 KB of the static program). The
+  // program never leaves the "C" locale, so the decimal point is '.'.
+  std::string const terminated(number);
+  char* end = nullptr;
+  errno = 0;
+  double const value = std::strtod(terminated.c_str(), &end);
+  if (end != terminated.c_str() + terminated.size()) return false;
+  // Out of range: beyond the largest double is refused; below the smallest
+  // one strtod has already given the signed zero or the nearest subnormal.
+  if (errno == ERANGE && std::isinf(value)) return false;
   out = value;
   return true;
 }

@@ -1,7 +1,7 @@
 // Number tokens of JSON text to values. The reader hands over each number as
-// text (already checked against the JSON grammar); converting it here with
-// std::from_chars keeps integers exact and doubles correctly rounded, and
-// avoids RapidJSON 1.1.0's own conversion, which calls clz(0) on some long
+// text (already checked against the JSON grammar); converting it here
+// (std::from_chars for integers, exact; strtod for the rest, correctly
+// rounded) avoids RapidJSON 1.1.0's own conversion, which calls clz(0) on some long
 // numbers (undefined behaviour found by fuzzing).
 #pragma once
 

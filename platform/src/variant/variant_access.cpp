@@ -71,10 +71,14 @@ Variant& Variant::operator[](std::string const& key) {
 
 Variant& Variant::operator[](long index) {
   if (index < 0 || index >= kMaxArrayGrowIndex) {
-    // Writes through an impossible index go nowhere rather than crash.
-    thread_local Variant discarded;
-    discarded.Free();
-    return discarded;
+    // Writes through an impossible index go nowhere rather than crash. One
+    // sink per thread, kept for the thread's life: a thread_local object with
+    // a destructor would bring the C library's dynamic loader into the static
+    // program for its clean-up at thread exit.
+    thread_local Variant* discarded = nullptr;
+    if (!discarded) discarded = new Variant;
+    discarded->Free();
+    return *discarded;
   }
   if (type_ != VT_ARRAY) IsArray(true);
   auto const wanted = static_cast<std::size_t>(index);

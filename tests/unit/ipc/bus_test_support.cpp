@@ -56,8 +56,14 @@ Daemon::Daemon(std::string name, std::string mode, int latencyMs, int startDelay
   if (pid_ == 0) {
     // A test that dies must not leave its daemons running.
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+#ifdef IPC_TEST_EMULATOR
+    // A cross build's daemon is a program for the target: the emulator runs it.
+    execl(IPC_TEST_EMULATOR, IPC_TEST_EMULATOR, IPC_TEST_DAEMON, name_.c_str(), mode.c_str(),
+          latency.c_str(), delay.c_str(), static_cast<char*>(nullptr));
+#else
     execl(IPC_TEST_DAEMON, IPC_TEST_DAEMON, name_.c_str(), mode.c_str(), latency.c_str(),
           delay.c_str(), static_cast<char*>(nullptr));
+#endif
     _exit(127);
   }
 }

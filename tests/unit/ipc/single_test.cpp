@@ -205,7 +205,13 @@ TEST_F(Single, TwentyClientProcessesEachGetTheirOwnAnswer) {
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) ++failures;
   }
   EXPECT_EQ(failures, 0);
+  // One client at a time would take 20 x 100 ms. Under emulation every fork
+  // and request costs far more, so only that serial bound is kept there.
+#ifdef IPC_TEST_EMULATOR
+  EXPECT_LT(nowMs() - start, 1950);
+#else
   EXPECT_LT(nowMs() - start, 1500);
+#endif
   EXPECT_EQ(daemon.received().size(), static_cast<std::size_t>(kClients));
 }
 

@@ -237,6 +237,15 @@ TEST(SysExecSimple, ArgumentsReachTheProgramUnchanged) {
             }),
             3);
   EXPECT_EQ(root.read("/tmp/args"), "a b\n$(touch x)\n'\";|&\n");
-  EXPECT_EQ(inChild(root, [] { return utils::sysExecSimple("/bin/absent", {}) == -1 ? 0 : 1; }),
-            0);
+  int const absent = inChild(root, [] {
+    int status = utils::sysExecSimple("/bin/absent", {});
+    return status == -1 ? 0 : (WIFEXITED(status) ? WEXITSTATUS(status) : 100);
+  });
+#ifdef ORVO_TESTS_EMULATED
+  // qemu runs posix_spawn's child as a plain fork: the failed exec shows as
+  // the child's exit 127 rather than as the call's error.
+  EXPECT_EQ(absent, 127);
+#else
+  EXPECT_EQ(absent, 0);
+#endif
 }

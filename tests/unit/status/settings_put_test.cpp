@@ -81,7 +81,7 @@ class SettingsWrite : public ::testing::Test {
  protected:
   void SetUp() override {
     // The tool records its arguments, then writes as the real one does.
-    std::string const real = std::string(ORVO_BINARY_DIR) + "/sim/orvo_system_cfg";
+    std::string const real = std::string(ORVO_SIM_PROGRAM_DIR) + "/orvo_system_cfg";
     unlink(root_.file("/bin/orvo_system_cfg").c_str());
     root_.write("/bin/orvo_system_cfg",
                 "#!/bin/sh\nprintf '%s|' \"$@\" >>\"$ORVO_ROOT/tmp/tool-calls\"\n"

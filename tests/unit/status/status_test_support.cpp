@@ -114,7 +114,7 @@ std::string defaultSystemCfg() {
 Root::Root() {
   writeCameraInfo(defaultCameraInfo());
   write("/etc/orvo/system.cfg", defaultSystemCfg());
-  std::string const tool = std::string(ORVO_BINARY_DIR) + "/sim/orvo_system_cfg";
+  std::string const tool = std::string(ORVO_SIM_PROGRAM_DIR) + "/orvo_system_cfg";
   if (symlink(tool.c_str(), file("/bin/orvo_system_cfg").c_str()) != 0) std::perror("symlink");
 }
 

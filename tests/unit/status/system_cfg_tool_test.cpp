@@ -16,7 +16,7 @@ namespace {
 
 // Runs the built tool inside `root`; its exit status, or -1.
 int runTool(statustest::Root const& root, std::vector<std::string> args) {
-  std::string const tool = std::string(ORVO_BINARY_DIR) + "/sim/orvo_system_cfg";
+  std::string const tool = std::string(ORVO_SIM_PROGRAM_DIR) + "/orvo_system_cfg";
   args.insert(args.begin(), tool);
   std::vector<char*> argv;
   for (std::string& arg : args) argv.push_back(&arg[0]);
