@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <set>
 #include <string>
@@ -37,10 +38,13 @@ ProcessResult runCamsim(std::string const& command, std::string const& root,
 void camsim(CameraRoot const& root, std::string const& command,
             std::vector<std::string> const& arguments);
 
+// The daemons a camera runs: all nine when empty, none for {"none"}.
+using DaemonList = std::vector<std::string>;
+
 // A running simulated camera with its own root and port.
 class SimulatedCamera {
  public:
-  SimulatedCamera();
+  explicit SimulatedCamera(DaemonList const& daemons = {});
   ~SimulatedCamera();
   SimulatedCamera(SimulatedCamera const&) = delete;
   SimulatedCamera& operator=(SimulatedCamera const&) = delete;
@@ -53,6 +57,13 @@ class SimulatedCamera {
     return httpRequest(baseUrl_, request, sourceAddress);
   }
   HttpResponse get(std::string const& target) const { return request({"GET", target, {}, {}}); }
+
+  // The restarts `camsim status` reports.
+  int rebootCount() const;
+  // Waits (at most `limit`) until the camera has restarted `count` times
+  // and lighttpd and `daemons` of its daemons run again; false when not.
+  bool waitForReboots(int count, int daemons = 9,
+                      std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
   CameraRoot root_{CameraRoot::Layout::kCamsim};
@@ -77,12 +88,19 @@ class SharedStateTest : public ::testing::Test {
   void moveClock(std::string const& step) const;
   // `camsim token <value>`; undone when the test ends.
   void setToken(std::string const& token) const;
+  // Also put back these device files and folders (beyond the camera's
+  // state) when the test ends.
+  void keep(std::vector<std::string> const& paths);
+  // From now on log() holds only what comes after this call (a fixture's
+  // own login, for one, is not the test's).
+  void markLog() { mark_ = LogMark(sharedRoot_); }
 
   CameraRoot const& sharedRoot_;
 
  private:
   LogMark mark_;
   RootSnapshot snapshot_;
+  std::vector<std::unique_ptr<RootSnapshot>> kept_;
 };
 
 // One camsim-made root for the whole program; nothing runs in it.
@@ -93,11 +111,15 @@ class SharedRootTest : public SharedStateTest {
 };
 
 // One running simulated camera for the whole program.
+// A program whose tests need only some daemons names them in its fixture's
+// constructor (SharedCameraTest({daemons::kNetworkd})): the first test
+// starts the camera with those.
 class SharedCameraTest : public SharedStateTest {
  protected:
-  SharedCameraTest() : SharedStateTest(camera().root()) {}
+  explicit SharedCameraTest(DaemonList const& daemons = {})
+      : SharedStateTest(camera(daemons).root()) {}
   void TearDown() override;
-  static SimulatedCamera& camera();
+  static SimulatedCamera& camera(DaemonList const& daemons = {});
 
   // `camsim ctl <daemon> <arguments...>`; the controls are camera state, and
   // a daemon stopped here is started again when the test ends.
