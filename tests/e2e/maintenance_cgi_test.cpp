@@ -28,11 +28,7 @@ class MaintenanceCgi : public SharedRootTest {
     markLog();
   }
   CgiResult call(std::string const& method, std::string const& id) {
-    return callWithCookie(method, id, cookie_);
-  }
-  CgiResult callWithCookie(std::string const& method, std::string const& id,
-                           std::string const& cookie) {
-    return callCgi(root_, {method, id, "", "10.1.2.3", cookie});
+    return callCgi(root_, {method, id, "", "10.1.2.3", cookie_});
   }
   // The program's own records ("orvo_cgi") logged under `identity`.
   std::vector<std::string> recordsOf(std::string const& identity) const {
@@ -49,20 +45,34 @@ class MaintenanceCgi : public SharedRootTest {
   std::string cookie_;
 };
 
-TEST_F(MaintenanceCgi, RebootAnswers200ToEveryMethod) {
+// A reboot starts the camera's restart tool, which acts a moment after the
+// answer: these get a root of their own, so that no restart reaches the
+// daemons another test starts in the shared one.
+class MaintenanceCgiReboot : public ::testing::Test {
+ protected:
+  CgiResult call(std::string const& method, std::string const& id, std::string const& cookie) {
+    return callCgi(root_, {method, id, "", "10.1.2.3", cookie});
+  }
+
+  CameraRoot root_{CameraRoot::Layout::kCamsim};
+  std::string cookie_ = cgiSessionCookie(root_);
+  LogMark log_{root_};
+};
+
+TEST_F(MaintenanceCgiReboot, RebootAnswers200ToEveryMethod) {
   for (char const* method : {"GET", "PUT", "DELETE", "POST", "PATCH"}) {
-    CgiResult answer = call(method, "1.2/reboot");
+    CgiResult answer = call(method, "1.2/reboot", cookie_);
     EXPECT_EQ(answer.exitCode, 0) << method;
     EXPECT_EQ(answer.headers, kEmpty200) << method;
     EXPECT_EQ(answer.body, "") << method;
   }
-  EXPECT_TRUE(recordsOf("rest_reboot").empty());
+  for (std::string const& line : log_.summaries()) EXPECT_NE(line.rfind("rest_reboot ", 0), 0u) << line;
 }
 
-TEST_F(MaintenanceCgi, RebootNeedsASession) {
-  CgiResult answer = callWithCookie("GET", "1.2/reboot", "authId=unknown");
+TEST_F(MaintenanceCgiReboot, RebootNeedsASession) {
+  CgiResult answer = call("GET", "1.2/reboot", "authId=unknown");
   EXPECT_EQ(answer.status, "401");
-  EXPECT_EQ(callWithCookie("GET", "1.1/reboot", cookie_).status, "200");
+  EXPECT_EQ(call("GET", "1.1/reboot", cookie_).status, "200");
 }
 
 TEST_F(MaintenanceCgi, ResetRefusesOtherMethods) {

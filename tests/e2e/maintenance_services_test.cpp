@@ -42,11 +42,14 @@ class ServicesCgi : public SharedRootTest {
   std::string cookie_;
 };
 
-// The control server is the one daemon these need; the list it publishes
-// is put back with its state.
+// The daemons these need: the control server, and the two a login asks
+// (its answer holds the status). The list the control server publishes is
+// put back with its state.
 class ServicesHttp : public SharedCameraTest {
  protected:
-  ServicesHttp() : SharedCameraTest({orvo::daemons::kCtlServer}) {}
+  ServicesHttp()
+      : SharedCameraTest(
+            {orvo::daemons::kCtlServer, orvo::daemons::kNetworkd, orvo::daemons::kAvclient}) {}
   void SetUp() override { keep({kList}); }
   SimulatedCamera const& camera_ = camera();
 };

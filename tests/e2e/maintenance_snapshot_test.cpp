@@ -52,10 +52,13 @@ class SnapshotCgi : public SharedRootTest {
   std::string cookie_;
 };
 
-// The streamer is the one daemon these need.
+// The daemons these need: the streamer, and the two a login asks (its
+// answer holds the status).
 class SnapshotHttp : public SharedCameraTest {
  protected:
-  SnapshotHttp() : SharedCameraTest({orvo::daemons::kStreamer}) {}
+  SnapshotHttp()
+      : SharedCameraTest(
+            {orvo::daemons::kStreamer, orvo::daemons::kNetworkd, orvo::daemons::kAvclient}) {}
   SimulatedCamera const& camera_ = camera();
 };
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "messages/daemons.h"
 #include "orvo/variant/variant.h"
 #include "support/camera.h"
 #include "support/session.h"
@@ -35,8 +36,11 @@ class SyslogCgi : public SharedRootTest {
   std::string cookie_;
 };
 
+// The log endpoint asks no daemon; a login asks these two (its answer
+// holds the status).
 class SyslogHttp : public SharedCameraTest {
  protected:
+  SyslogHttp() : SharedCameraTest({orvo::daemons::kNetworkd, orvo::daemons::kAvclient}) {}
   SimulatedCamera const& camera_ = camera();
 };
 
