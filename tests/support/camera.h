@@ -4,15 +4,16 @@
 //
 // Sharing: every TEST_F of a program whose fixture derives from
 // SharedRootTest (CGI runs, no web server) or SharedCameraTest (lighttpd and
-// the nine daemons) uses the same root, made by the first test that runs
-// and removed when the program ends. Each test sees the log records written
-// since it began (log()), and what it changed in the camera's state (see
-// cameraStatePaths()) and the daemons it stopped through control() are put
-// back when it ends. A test that needs a camera of its own (one that must
-// not see another test's leftovers in files outside that state, or starts
-// and stops the camera itself) makes a CameraRoot or SimulatedCamera.
-// CTest runs each such program as one test, so its tests run one after the
-// other while different programs run in parallel.
+// the nine daemons, or those the fixture names) uses the same root, made by
+// the first test that runs and removed when the program ends. Each test sees
+// the log records written since it began (log()), and what it changed in the
+// camera's state (see cameraStatePaths()), the further files it names with
+// keep() and the daemons it stopped through control() are put back when it
+// ends. A test that needs a camera of its own (one that must not see another
+// test's leftovers in files outside that state, or starts and stops the
+// camera itself) makes a CameraRoot or SimulatedCamera. CTest runs each such
+// program as one test, so its tests run one after the other while different
+// programs run in parallel.
 #pragma once
 
 #include <gtest/gtest.h>
