@@ -85,12 +85,40 @@ stop_daemon() {  # <name>
   rm -f -- "$(daemon_pid_file "$name")" "$(daemon_socket "$name")"
 }
 
+# The daemons this camera runs: `up --daemons` records them, so that a
+# restart brings back the same ones; without the file, all of them.
+chosen_daemons_file() { echo "$CAMSIM_ROOT/sim/daemons.list"; }
+
+choose_daemons() {  # <"name,name,..." | "none" | "" for all>
+  local list=$1 daemon
+  local -a names=()
+  if [ -z "$list" ]; then
+    rm -f -- "$(chosen_daemons_file)"
+    return 0
+  fi
+  if [ "$list" != none ]; then
+    IFS=, read -r -a names <<<"$list"
+    for daemon in "${names[@]}"; do
+      is_sim_daemon "$daemon" || die "up: unknown daemon '$daemon'"
+    done
+  fi
+  mkdir -p -- "$CAMSIM_ROOT/sim"
+  printf '%s\n' "${names[@]}" | grep -v '^$' >"$(chosen_daemons_file)" || true
+}
+
+chosen_daemons() {
+  local file
+  file=$(chosen_daemons_file)
+  if [ -f "$file" ]; then cat -- "$file"; else printf '%s\n' "${SIM_DAEMONS[@]}"; fi
+}
+
 start_daemons() {
-  local daemon
-  for daemon in "${SIM_DAEMONS[@]}"; do
+  local daemon count=0
+  while read -r daemon; do
     start_daemon "$daemon" >/dev/null
-  done
-  echo "daemons: ${#SIM_DAEMONS[@]} running" >&2
+    count=$((count + 1))
+  done < <(chosen_daemons)
+  echo "daemons: $count running" >&2
 }
 
 stop_daemons() {

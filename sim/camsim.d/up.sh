@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device]" \
-  "build rest.cgi and the API reference, serve them with lighttpd on 127.0.0.1:N (8080), the reference at /docs/; --device: the AArch64 build, under qemu"
+describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device] [--daemons NAME,...]" \
+  "build rest.cgi and the API reference, serve them with lighttpd on 127.0.0.1:N (8080), the reference at /docs/; --device: the AArch64 build, under qemu; --daemons: only these daemons (all nine by default, \"none\" for none)"
 
 # How long `up` waits for the web server to answer.
 UP_WAIT_SECONDS=10
@@ -8,7 +8,7 @@ UP_WAIT_SECONDS=10
 cmd_up() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
-  local port=8080 cgi="" device=false
+  local port=8080 cgi="" device=false daemons=""
   while [ $# -gt 0 ]; do
     case "$1" in
       --port) [ $# -ge 2 ] || die "up: --port needs a number"; port=$2; shift ;;
@@ -16,6 +16,8 @@ cmd_up() {
       --cgi) [ $# -ge 2 ] || die "up: --cgi needs a path"; cgi=$2; shift ;;
       # The AArch64 rest.cgi (root-aware build), run by qemu user-mode emulation.
       --device) device=true ;;
+      # A camera that needs fewer daemons starts faster.
+      --daemons) [ $# -ge 2 ] || die "up: --daemons needs a list"; daemons=$2; shift ;;
       *) die "up: unknown option '$1'" ;;
     esac
     shift
@@ -59,6 +61,7 @@ cmd_up() {
   link_reboot_tool "$CAMSIM_ROOT"
   record_sim_programs
 
+  choose_daemons "$daemons"
   start_daemons
   # The web server must call the program by a path ending in "/rest.cgi".
   ln -sfn -- "$cgi" "$CAMSIM_ROOT/www/cgi-bin/rest.cgi"

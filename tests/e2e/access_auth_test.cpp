@@ -17,18 +17,6 @@ using AccessToken = SharedRootTest;
 
 constexpr char kAddr[] = "10.1.2.3";
 
-std::string loginCookie(CameraRoot const& root, std::string const& addr = kAddr) {
-  CgiResult answer = login(root, credentials("admin", "admin"), "0.1", addr);
-  EXPECT_EQ(answer.status, "200");
-  return cookieId(answer);
-}
-
-// A session-only endpoint; the version-0.1 status needs no daemon.
-CgiResult sessionRequest(CameraRoot const& root, std::string const& id,
-                         std::string const& addr = kAddr) {
-  return callCgi(root, {"GET", "0.1/status", "", addr, id.empty() ? "" : "authId=" + id});
-}
-
 TEST_F(AccessSession, NoDatabaseAnswers401WithoutSessionLines) {
   CameraRoot const& root = sharedRoot_;
   CgiResult answer = sessionRequest(root, "abc");
@@ -41,7 +29,7 @@ TEST_F(AccessSession, NoDatabaseAnswers401WithoutSessionLines) {
 
 TEST_F(AccessSession, CookieFromAnotherAddressIsRefused) {
   CameraRoot const& root = sharedRoot_;
-  std::string id = loginCookie(root, "10.1.2.3");
+  std::string id = loginId(root, "10.1.2.3");
   ASSERT_EQ(id.size(), 32u);
   CgiResult answer = sessionRequest(root, id, "10.9.9.9");
   EXPECT_EQ(answer.status, "401");
@@ -52,7 +40,7 @@ TEST_F(AccessSession, CookieFromAnotherAddressIsRefused) {
 
 TEST_F(AccessSession, UnknownCookieIsRefused) {
   CameraRoot const& root = sharedRoot_;
-  loginCookie(root);
+  loginId(root);
   CgiResult answer = sessionRequest(root, "NotARealSession");
   EXPECT_EQ(answer.status, "401");
   EXPECT_TRUE(logged("orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: "
@@ -62,7 +50,7 @@ TEST_F(AccessSession, UnknownCookieIsRefused) {
 
 TEST_F(AccessSession, MissingCookieIsRefused) {
   CameraRoot const& root = sharedRoot_;
-  loginCookie(root);
+  loginId(root);
   EXPECT_EQ(sessionRequest(root, "").status, "401");
   EXPECT_TRUE(logged("orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: "
                             "IP address and/or authId cookie is empty"));
@@ -70,7 +58,7 @@ TEST_F(AccessSession, MissingCookieIsRefused) {
 
 TEST_F(AccessSession, OldRecordStillOpensWhileInTheFile) {
   CameraRoot const& root = sharedRoot_;
-  std::string id = loginCookie(root);
+  std::string id = loginId(root);
   moveClock("+" + std::to_string(3 * 86400));
   CgiResult answer = sessionRequest(root, id);
   EXPECT_EQ(answer.status, "200");
@@ -80,7 +68,7 @@ TEST_F(AccessSession, OldRecordStillOpensWhileInTheFile) {
 
 TEST_F(AccessSession, UnreadableDatabaseIsRefused) {
   CameraRoot const& root = sharedRoot_;
-  loginCookie(root);
+  loginId(root);
   {
     std::ofstream(root.file("/tmp/.rest_0_1.db"), std::ios::trunc) << "{ not json";
   }
@@ -91,7 +79,7 @@ TEST_F(AccessSession, UnreadableDatabaseIsRefused) {
 
 TEST_F(AccessPassword, SnapshotWithoutBodyLogsMissingUserBeforeSessionCheck) {
   CameraRoot const& root = sharedRoot_;
-  loginCookie(root);  // so that the session check has a database to read
+  loginId(root);  // so that the session check has a database to read
   CgiResult answer = callCgi(root, {"GET", "1.2/snapshot", "", kAddr, ""});
   EXPECT_EQ(answer.status, "401");
   auto lines = logSummaries();

@@ -8,15 +8,22 @@
 #include <fstream>
 #include <string>
 
-#include "access_support.h"
-#include "hardening_support.h"
+#include "support/camera.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
-constexpr char const* kAddr = kHardeningAddr;
-constexpr char kDb[] = "/tmp/.rest_0_1.db";
+// Tests that plant only regular files share one root (put back after each);
+// one that leaves a link, a folder, a FIFO or another owner at the path
+// makes a root of its own.
+using HostileTmp = SharedRootTest;
+using SessionFileMode = SharedRootTest;
+using LogForging = SharedRootTest;
+
+constexpr char kAddr[] = "10.1.2.3";
+constexpr char const* kDb = kSessionDatabase;
 // What a neighbour would plant: a session of their own choosing.
 constexpr char kPlantedId[] = "PlantedPlantedPlantedPlanted1234";
 constexpr char kAuthLine[] = "orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: ";
@@ -26,6 +33,12 @@ std::string plantedDb() {
   return std::string("{\"") + kPlantedId + "\":{\"max-age\":99999999999999,\"remote-addr\":\"" +
          kAddr + "\"}}";
 }
+
+// A root of its own for one test, made by `camsim init`.
+struct OwnRoot : CameraRoot {
+  OwnRoot() : CameraRoot(Layout::kCamsim) {}
+  bool logged(std::string const& summary) const { return hasSummary(logRecords(*this), summary); }
+};
 
 void writeFile(std::string const& path, std::string const& text, mode_t mode) {
   { std::ofstream(path, std::ios::trunc | std::ios::binary) << text; }
@@ -38,27 +51,27 @@ mode_t modeOf(std::string const& path) {
   return info.st_mode;
 }
 
-TEST(HostileTmp, CameraTmpIsWorldWritableAndSticky) {
-  CameraRoot root;
+TEST_F(HostileTmp, CameraTmpIsWorldWritableAndSticky) {
+  CameraRoot const& root = sharedRoot_;
   EXPECT_EQ(modeOf(root.file("/tmp")) & 07777, 01777u);
 }
 
 // Control: the same record in a file of ours, 0600, opens the endpoint;
 // the refusals below are about where the file came from, not its content.
-TEST(HostileTmp, OwnDatabaseWithTheRecordIsAccepted) {
-  CameraRoot root;
+TEST_F(HostileTmp, OwnDatabaseWithTheRecordIsAccepted) {
+  CameraRoot const& root = sharedRoot_;
   writeFile(root.file(kDb), plantedDb(), 0600);
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "200");
 }
 
-TEST(HostileTmp, DatabaseWritableByOthersIsNotTrusted) {
-  CameraRoot root;
+TEST_F(HostileTmp, DatabaseWritableByOthersIsNotTrusted) {
+  CameraRoot const& root = sharedRoot_;
   writeFile(root.file(kDb), plantedDb(), 0666);
-  CgiAnswer answer = sessionRequest(root, kPlantedId);
+  CgiResult answer = sessionRequest(root, kPlantedId);
   EXPECT_EQ(answer.status, "401");
-  EXPECT_TRUE(hasLine(root, std::string(kAuthLine) +
+  EXPECT_TRUE(logged(std::string(kAuthLine) +
                                 "Ignoring '/tmp/.rest_0_1.db': it is writable by others (mode 0666)"));
-  EXPECT_TRUE(hasLine(root, std::string(kAuthLine) +
+  EXPECT_TRUE(logged(std::string(kAuthLine) +
                                 "Failed to read auth database (possibly not yet authenticated)"));
   // A login replaces the file: the planted record and the loose mode go.
   std::string id = loginId(root);
@@ -66,20 +79,20 @@ TEST(HostileTmp, DatabaseWritableByOthersIsNotTrusted) {
   EXPECT_EQ(sessions.size(), 1u);
   EXPECT_EQ(sessions.count(id), 1u);
   EXPECT_EQ(modeOf(root.file(kDb)) & 07777, 0600u);
-  EXPECT_TRUE(hasLine(root, std::string(kLoginLine) +
+  EXPECT_TRUE(logged(std::string(kLoginLine) +
                                 "Ignoring '/tmp/.rest_0_1.db': it is writable by others (mode "
                                 "0666); starting an empty one"));
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "401");
   EXPECT_EQ(sessionRequest(root, id).status, "200");
 }
 
-TEST(HostileTmp, DatabaseOfAnotherUserIsNotTrusted) {
+TEST(HostileTmpOwnRoot, DatabaseOfAnotherUserIsNotTrusted) {
   if (::geteuid() != 0) GTEST_SKIP() << "giving a file to another user needs root";
-  CameraRoot root;
+  OwnRoot root;
   writeFile(root.file(kDb), plantedDb(), 0600);
   ASSERT_EQ(::chown(root.file(kDb).c_str(), 65534, 65534), 0);
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "401");
-  EXPECT_TRUE(hasLine(root, std::string(kAuthLine) +
+  EXPECT_TRUE(root.logged(std::string(kAuthLine) +
                                 "Ignoring '/tmp/.rest_0_1.db': it is owned by uid 65534, not 0"));
   std::string id = loginId(root);
   struct stat info {};
@@ -88,24 +101,24 @@ TEST(HostileTmp, DatabaseOfAnotherUserIsNotTrusted) {
   EXPECT_EQ(readSessions(root).count(kPlantedId), 0u);
 }
 
-TEST(HostileTmp, SymlinkIsNeitherReadNorFollowedByALogin) {
-  CameraRoot root;
+TEST(HostileTmpOwnRoot, SymlinkIsNeitherReadNorFollowedByALogin) {
+  OwnRoot root;
   std::string const target = root.file("/etc/planted-target");
   writeFile(target, plantedDb(), 0600);
   ASSERT_EQ(::symlink(target.c_str(), root.file(kDb).c_str()), 0);
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "401");
-  EXPECT_TRUE(hasLine(root, std::string(kAuthLine) +
+  EXPECT_TRUE(root.logged(std::string(kAuthLine) +
                                 "Ignoring '/tmp/.rest_0_1.db': it is a symbolic link"));
   std::string id = loginId(root);
   // The link itself was replaced; what it pointed at is untouched.
   EXPECT_TRUE(S_ISREG(modeOf(root.file(kDb))));
-  EXPECT_EQ(readFileText(target), plantedDb());
+  EXPECT_EQ(root.read("/etc/planted-target"), plantedDb());
   EXPECT_EQ(readSessions(root).size(), 1u);
   EXPECT_EQ(sessionRequest(root, id).status, "200");
 }
 
-TEST(HostileTmp, DanglingSymlinkCreatesNothingWhereItPoints) {
-  CameraRoot root;
+TEST(HostileTmpOwnRoot, DanglingSymlinkCreatesNothingWhereItPoints) {
+  OwnRoot root;
   std::string const target = root.file("/etc/created-through-link");
   ASSERT_EQ(::symlink(target.c_str(), root.file(kDb).c_str()), 0);
   std::string id = loginId(root);
@@ -114,33 +127,33 @@ TEST(HostileTmp, DanglingSymlinkCreatesNothingWhereItPoints) {
   EXPECT_EQ(readSessions(root).count(id), 1u);
 }
 
-TEST(HostileTmp, FolderAtThePathDoesNotLockLoginsOut) {
-  CameraRoot root;
+TEST(HostileTmpOwnRoot, FolderAtThePathDoesNotLockLoginsOut) {
+  OwnRoot root;
   ASSERT_EQ(::mkdir(root.file(kDb).c_str(), 0777), 0);
   writeFile(root.file(std::string(kDb) + "/inside"), "x", 0644);
   std::string id = loginId(root);
   EXPECT_TRUE(S_ISREG(modeOf(root.file(kDb))));
   EXPECT_EQ(sessionRequest(root, id).status, "200");
-  EXPECT_TRUE(hasLine(root, std::string(kLoginLine) +
+  EXPECT_TRUE(root.logged(std::string(kLoginLine) +
                                 "Ignoring '/tmp/.rest_0_1.db': it is not a regular file; "
                                 "starting an empty one"));
   // An empty folder simply goes.
-  CameraRoot second;
+  OwnRoot second;
   ASSERT_EQ(::mkdir(second.file(kDb).c_str(), 0777), 0);
   loginId(second);
   EXPECT_EQ(readSessions(second).size(), 1u);
 }
 
-TEST(HostileTmp, FifoAtThePathDoesNotHangTheRequest) {
-  CameraRoot root;
+TEST(HostileTmpOwnRoot, FifoAtThePathDoesNotHangTheRequest) {
+  OwnRoot root;
   ASSERT_EQ(::mkfifo(root.file(kDb).c_str(), 0600), 0);
   EXPECT_EQ(sessionRequest(root, "x").status, "401");
   std::string id = loginId(root);
   EXPECT_EQ(sessionRequest(root, id).status, "200");
 }
 
-TEST(SessionFileMode, LoginLeavesOwnerOnlyFileWhateverTheUmask) {
-  CameraRoot root;
+TEST_F(SessionFileMode, LoginLeavesOwnerOnlyFileWhateverTheUmask) {
+  CameraRoot const& root = sharedRoot_;
   mode_t previous = ::umask(0);
   std::string first = loginId(root);
   ::umask(previous);
@@ -154,28 +167,27 @@ TEST(SessionFileMode, LoginLeavesOwnerOnlyFileWhateverTheUmask) {
   EXPECT_EQ(sessions.count(second), 1u);
 }
 
-TEST(LogForging, NewlineInUserNameStaysInOneRecord) {
-  CameraRoot root;
+TEST_F(LogForging, NewlineInUserNameStaysInOneRecord) {
+  CameraRoot const& root = sharedRoot_;
   std::string forged =
       "2026-01-01T00:00:00.000000Z rest_login[1]: <info> orvo_cgi: src/rest_login:Login:1: Login OK";
   std::string body = "{\"username\":\"eve\\n" + forged + "\",\"password\":\"wrong\"}";
-  CgiAnswer answer = login(root, body);
+  CgiResult answer = login(root, body);
   EXPECT_EQ(answer.status, "401");
   // Every line is a whole record of its own (a broken line fails here).
-  std::vector<LogRecord> records = logRecords(root);
-  for (LogRecord const& record : records) EXPECT_NE(record.text, "Login OK");
-  EXPECT_EQ(logLines(root).size(), records.size());
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest:PasswordAuthentication: "
+  for (LogRecord const& record : log()) EXPECT_NE(record.text, "Login OK");
+  EXPECT_EQ(logLines(root).size(), logRecords(root).size());
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest:PasswordAuthentication: "
                             "Password check failure for username 'eve\\x0a" + forged + "'"));
 }
 
-TEST(LogForging, OtherControlBytesAreEscapedToo) {
-  CameraRoot root;
+TEST_F(LogForging, OtherControlBytesAreEscapedToo) {
+  CameraRoot const& root = sharedRoot_;
   login(root, "{\"username\":\"a\\rb\\u001bc\\td\\u007f\",\"password\":\"wrong\"}");
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest:PasswordAuthentication: "
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest:PasswordAuthentication: "
                             "Password check failure for username 'a\\x0db\\x1bc\\x09d\\x7f'"));
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

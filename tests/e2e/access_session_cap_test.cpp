@@ -9,14 +9,17 @@
 #include <fstream>
 #include <string>
 
-#include "access_support.h"
-#include "hardening_support.h"
+#include "support/camera.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
-constexpr char kDb[] = "/tmp/.rest_0_1.db";
+// The database each test writes is put back afterwards.
+using SessionCap = SharedRootTest;
+
+constexpr char const* kDb = kSessionDatabase;
 constexpr std::size_t kCap = 1024;
 constexpr std::size_t kReadLimit = 8u << 20;
 
@@ -47,8 +50,8 @@ void writeSessions(CameraRoot const& root, std::size_t count) {
   ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
 }
 
-TEST(SessionCap, LoginAtTheCapEvictsTheOldest) {
-  CameraRoot root;
+TEST_F(SessionCap, LoginAtTheCapEvictsTheOldest) {
+  CameraRoot const& root = sharedRoot_;
   writeSessions(root, kCap + 6);
   std::string id = loginId(root);
   auto sessions = readSessions(root);
@@ -57,26 +60,26 @@ TEST(SessionCap, LoginAtTheCapEvictsTheOldest) {
   for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(sessions.count(sessionId(i)), 0u) << i;
   EXPECT_EQ(sessions.count(sessionId(7)), 1u);
   EXPECT_EQ(sessions.count(sessionId(kCap + 5)), 1u);
-  EXPECT_TRUE(hasLine(root, "rest_login warning orvo_cgi: src/rest_login:CreateSession: "
+  EXPECT_TRUE(logged("rest_login warning orvo_cgi: src/rest_login:CreateSession: "
                             "Session limit 1024 reached: 7 oldest evicted"));
   // An evicted session is refused like any unknown one; a kept one opens.
   EXPECT_EQ(sessionRequest(root, sessionId(0), "192.168.100.123").status, "401");
   EXPECT_EQ(sessionRequest(root, sessionId(7), "192.168.100.123").status, "200");
 }
 
-TEST(SessionCap, EightyThousandRecordsNoLongerLockEveryoneOut) {
-  CameraRoot root;
+TEST_F(SessionCap, EightyThousandRecordsNoLongerLockEveryoneOut) {
+  CameraRoot const& root = sharedRoot_;
   writeSessions(root, 80000);
   struct stat info {};
   ASSERT_EQ(::stat(root.file(kDb).c_str(), &info), 0);
   ASSERT_GT(static_cast<std::size_t>(info.st_size), kReadLimit) << "the file must pass the limit";
   // Too big to read: checks are refused, and say why.
   EXPECT_EQ(sessionRequest(root, sessionId(1), "192.168.100.123").status, "401");
-  EXPECT_TRUE(hasLine(root, "orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: Ignoring "
+  EXPECT_TRUE(logged("orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: Ignoring "
                             "'/tmp/.rest_0_1.db': it holds more than 8388608 bytes"));
   // A login starts over with an empty database instead of failing.
   std::string id = loginId(root);
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest_login:CreateSession: Ignoring "
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:CreateSession: Ignoring "
                             "'/tmp/.rest_0_1.db': it holds more than 8388608 bytes; starting an "
                             "empty one"));
   auto sessions = readSessions(root);
@@ -85,17 +88,17 @@ TEST(SessionCap, EightyThousandRecordsNoLongerLockEveryoneOut) {
   EXPECT_EQ(sessionRequest(root, id).status, "200");
 }
 
-TEST(SessionCap, BrokenDatabaseIsReplacedAtLogin) {
-  CameraRoot root;
+TEST_F(SessionCap, BrokenDatabaseIsReplacedAtLogin) {
+  CameraRoot const& root = sharedRoot_;
   { std::ofstream(root.file(kDb), std::ios::trunc) << "{ not json"; }
   ::chmod(root.file(kDb).c_str(), 0600);
   std::string id = loginId(root);
-  EXPECT_TRUE(hasLine(root, "rest_login err orvo_cgi: src/rest_login:CreateSession: Ignoring "
+  EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:CreateSession: Ignoring "
                             "'/tmp/.rest_0_1.db': it is not JSON; starting an empty one"));
   EXPECT_EQ(readSessions(root).size(), 1u);
   EXPECT_EQ(sessionRequest(root, id).status, "200");
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

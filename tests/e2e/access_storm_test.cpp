@@ -22,13 +22,13 @@
 #include <thread>
 #include <vector>
 
-#include "access_support.h"
-#include "camera_support.h"
-#include "harness/http.h"
 #include "orvo/variant/variant.h"
+#include "support/camera.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -112,19 +112,49 @@ std::string writeBody(CameraRoot const& root, char const* name, std::string cons
   return path;
 }
 
-void expectEveryFileSound(CameraRoot const& root) {
+// Whether the file is one of the temporaries the program and its tools make.
+bool isTemporary(fs::directory_entry const& entry) {
   std::regex const temporary(
       "(.+\\.[A-Za-z0-9]{6}|btmp-[A-Za-z0-9]{6}|cgi-upload-.*|support-cgi-.*|.*\\.refused-.*)");
+  std::string const name = entry.path().filename().string();
+  bool tempShaped = std::regex_match(name, temporary) &&
+                    fs::exists(entry.path().parent_path() / name.substr(0, name.rfind('.')));
+  return tempShaped || name.rfind("btmp-", 0) == 0;
+}
+
+bool lockHeld(fs::path const& path) {
+  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  bool const held = flock(fd, LOCK_EX | LOCK_NB) != 0;
+  close(fd);
+  return held;
+}
+
+// No temporary file and no lock left: what a killed request had started
+// (a tool still writing) has finished.
+bool settled(CameraRoot const& root) {
+  std::error_code ignored;
+  for (auto const& entry : fs::recursive_directory_iterator(root.path(), ignored)) {
+    if (entry.is_regular_file(ignored) && isTemporary(entry) &&
+        entry.path().string().find("/sim/lighttpd/") == std::string::npos) {
+      return false;
+    }
+  }
+  for (auto const& entry : fs::directory_iterator(root.file("/run/lock/orvo"), ignored)) {
+    if (lockHeld(entry.path())) return false;
+  }
+  return true;
+}
+
+void expectEveryFileSound(CameraRoot const& root) {
   for (auto const& entry : fs::recursive_directory_iterator(root.path())) {
     std::string const name = entry.path().filename().string();
     std::string const path = entry.path().string();
     if (!entry.is_regular_file() || path.find("/sim/lighttpd/") != std::string::npos) continue;
-    bool tempShaped = std::regex_match(name, temporary) &&
-                      fs::exists(entry.path().parent_path() / name.substr(0, name.rfind('.')));
-    EXPECT_FALSE(tempShaped || name.rfind("btmp-", 0) == 0) << "temporary file left: " << path;
+    EXPECT_FALSE(isTemporary(entry)) << "temporary file left: " << path;
     if (name == ".rest_0_1.db" || entry.path().extension() == ".json") {
       orvo::variant::Variant value;
-      std::string text = readFileText(path);
+      std::string text = root.read(path.substr(root.path().size()));
       EXPECT_TRUE(text.empty() || value.FromJSON(text)) << path << " does not parse:\n" << text;
     }
   }
@@ -134,10 +164,7 @@ void expectEveryFileSound(CameraRoot const& root) {
             0u);
   logRecords(root);  // fails on any line that is not one whole record
   for (auto const& entry : fs::directory_iterator(root.file("/run/lock/orvo"))) {
-    int fd = open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_GE(fd, 0) << entry.path();
-    EXPECT_EQ(flock(fd, LOCK_EX | LOCK_NB), 0) << "still held: " << entry.path();
-    close(fd);
+    EXPECT_FALSE(lockHeld(entry.path())) << "still held: " << entry.path();
   }
 }
 
@@ -157,9 +184,9 @@ TEST(KillStorm, KilledRequestsLeaveSoundFilesNoLocksAndNoTemporaries) {
   for (int round = 0; round < rounds; ++round) {
     std::vector<std::string> ids;
     for (int i = 0; i < 20; ++i) {
-      CgiAnswer answer = login(root, credentials("admin", "admin"), "0.1", kAddr);
+      CgiResult answer = login(root, credentials("admin", "admin"), "0.1", kAddr);
       ASSERT_EQ(answer.status, "200") << "round " << round;
-      ids.push_back(cookieId(answer.headers["Set-Cookie"]));
+      ids.push_back(cookieId(answer));
     }
     std::vector<Child> children;
     for (int i = 0; i < kProcesses; ++i) {
@@ -182,15 +209,16 @@ TEST(KillStorm, KilledRequestsLeaveSoundFilesNoLocksAndNoTemporaries) {
     // Enough must die mid-way, or the storm proves nothing.
     EXPECT_GE(killed, kProcesses / 20);
     // Tools a killed request had started finish on their own.
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    eventually([&] { return settled(root); }, std::chrono::seconds(5),
+               std::chrono::milliseconds(50));
     expectEveryFileSound(root);
     // Nothing stuck: the next client logs in as usual.
-    CgiAnswer after = login(root, credentials("admin", "admin"), "0.1", kAddr);
+    CgiResult after = login(root, credentials("admin", "admin"), "0.1", kAddr);
     EXPECT_EQ(after.status, "200") << "round " << round;
     readSessions(root);
   }
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -136,6 +136,29 @@ TEST(Camsim, UpFailsWhenThePortIsTaken) {
   EXPECT_THAT(runCamsim("status", root.path()).out, HasSubstr("lighttpd: not running"));
 }
 
+// Only the named daemons run, and a restart brings back the same ones.
+TEST(Camsim, UpStartsOnlyTheNamedDaemons) {
+  SimulatedCamera camera({"orvo_streamer", "orvo_ctlserver"});
+  std::string const status = runCamsim("status", camera.root().path()).out;
+  EXPECT_THAT(status, HasSubstr("\norvo_streamer: running (pid "));
+  EXPECT_THAT(status, HasSubstr("\norvo_ctlserver: running (pid "));
+  EXPECT_THAT(status, HasSubstr("\norvo_networkd: not running\n"));
+  EXPECT_THAT(status, HasSubstr("\norvo_avclient: not running\n"));
+  ASSERT_EQ(runCamsim("reboot", camera.root().path()).exitCode, 0);
+  EXPECT_TRUE(camera.waitForReboots(1, 2));
+  EXPECT_THAT(runCamsim("status", camera.root().path()).out,
+              HasSubstr("\norvo_networkd: not running\n"));
+}
+
+TEST(Camsim, UpRefusesAnUnknownDaemon) {
+  CameraRoot root(CameraRoot::Layout::kCamsim);
+  ProcessResult up = runCamsim(
+      "up", root.path(), {"--port", std::to_string(freePort()), "--cgi", restCgiPath(), "--daemons", "orvo_nothing"});
+  EXPECT_NE(up.exitCode, 0);
+  EXPECT_THAT(up.err, HasSubstr("unknown daemon 'orvo_nothing'"));
+  EXPECT_THAT(runCamsim("status", root.path()).out, HasSubstr("lighttpd: not running"));
+}
+
 TEST(Camsim, HelpListsEveryCommand) {
   ProcessResult help = runCommand({camsimPath(), "help"}, camsimEnvironment());
   EXPECT_EQ(help.exitCode, 0);

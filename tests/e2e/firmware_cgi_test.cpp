@@ -10,10 +10,12 @@
 #include <fstream>
 #include <sstream>
 
-#include "firmware_support.h"
+#include "support/camera.h"
+#include "support/firmware.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr char kVersion[] = "OV-B4.v4.24.0.68.abc1234.230601.1200";
@@ -21,18 +23,31 @@ constexpr char kEmpty400[] = "Status: 400\r\nConnection: close\r\n\r\n";
 constexpr char kMoveFailedNoUpload[] =
     "Can't move received file '' (errno 2: No such file or directory)";
 
+std::string readFile(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
 std::string json200(std::string const& body) {
   return "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n" + body;
 }
 
-class FirmwareCgi : public ::testing::Test {
+// Direct runs in one shared root; whatever a test left at the staged
+// image's path goes with it.
+class FirmwareCgi : public SharedRootTest {
  protected:
-  ProcessResult upload(std::string const& endpoint, std::string const& imagePath) {
+  void SetUp() override {
+    keep({kStagedImage});
+    cookie_ = cgiSessionCookie(root_);
+  }
+  CgiResult upload(std::string const& endpoint, std::string const& imagePath) {
     return postMultipart(root_, endpoint, cookie_, fileBody(imagePath));
   }
   std::vector<LogRecord> records(std::string const& identity) {
     std::vector<LogRecord> out;
-    for (LogRecord const& r : logRecords(root_)) {
+    for (LogRecord const& r : log()) {
       if (r.identity == identity) out.push_back(r);
     }
     return out;
@@ -44,33 +59,33 @@ class FirmwareCgi : public ::testing::Test {
     return found.empty() ? "" : found.front().summary();
   }
 
-  CameraRoot root_;
-  std::string cookie_ = directSession(root_);
+  CameraRoot const& root_ = sharedRoot_;
+  std::string cookie_;
 };
 
 TEST_F(FirmwareCgi, MakersImageIsStagedWithItsVersion) {
   std::string const image = makeImage(root_, "maker.bin", kVersion, {"--payload-size", "70000"});
-  ProcessResult result = upload("firmware", image);
+  CgiResult result = upload("firmware", image);
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, json200(std::string("{\"updateStatus\":\"ok\",\"updatedFwVersion\":\"") +
                                 kVersion + "\"}"));
-  EXPECT_EQ(readFileText(root_.file(kStagedImage)), readFileText(image));
+  EXPECT_EQ(root_.read(kStagedImage), readFile(image));
   EXPECT_TRUE(leftoverUploads(root_).empty());
   EXPECT_TRUE(records("rest_firmware").empty());
 }
 
 TEST_F(FirmwareCgi, UnsignedImageIsThirdPartyAndStaysStaged) {
   std::string const image = makeImage(root_, "unsigned.bin", "4.0-custom", {"--unsigned"});
-  ProcessResult result = upload("firmware", image);
+  CgiResult result = upload("firmware", image);
   EXPECT_EQ(result.out, json200("{\"updateStatus\":\"thirdPartyFw\",\"updatedFwVersion\":\"4.0-custom\"}"));
-  EXPECT_EQ(readFileText(root_.file(kStagedImage)), readFileText(image));
+  EXPECT_EQ(root_.read(kStagedImage), readFile(image));
 }
 
 TEST_F(FirmwareCgi, ImageSignedByAnotherKeyIsThirdParty) {
   std::string const key = root_.file("/sim/other.key");
-  ASSERT_EQ(runCamsim("fwimage", root_.path(), {"--new-key", key}).exitCode, 0);
+  camsim(root_, "fwimage", {"--new-key", key});
   std::string const image = makeImage(root_, "other.bin", "9.9.9", {"--key", key});
-  ProcessResult result = upload("firmware", image);
+  CgiResult result = upload("firmware", image);
   EXPECT_EQ(result.out, json200("{\"updateStatus\":\"thirdPartyFw\",\"updatedFwVersion\":\"9.9.9\"}"));
   EXPECT_TRUE(stagedImageExists(root_));
 }
@@ -79,7 +94,7 @@ TEST_F(FirmwareCgi, EachKindOfDamageIsABadImageAndIsRemoved) {
   for (char const* part : {"header", "payload", "signature"}) {
     SCOPED_TRACE(part);
     std::string const image = makeImage(root_, std::string(part) + ".bin", kVersion, {"--corrupt", part});
-    ProcessResult result = upload("firmware", image);
+    CgiResult result = upload("firmware", image);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, json200("{\"updateStatus\":\"badFwImage\"}"));
     EXPECT_FALSE(stagedImageExists(root_));
@@ -94,7 +109,7 @@ TEST_F(FirmwareCgi, EachKindOfDamageIsABadImageAndIsRemoved) {
 
 TEST_F(FirmwareCgi, ImageWithoutVersionIsBadButNamesTheEmptyVersion) {
   std::string const image = makeImage(root_, "noversion.bin", "");
-  ProcessResult result = upload("firmware", image);
+  CgiResult result = upload("firmware", image);
   EXPECT_EQ(result.out, json200("{\"updateStatus\":\"badFwImage\",\"updatedFwVersion\":\"\"}"));
   EXPECT_FALSE(stagedImageExists(root_));
   EXPECT_EQ(onlyRecord("rest_firmware"),
@@ -104,7 +119,7 @@ TEST_F(FirmwareCgi, ImageWithoutVersionIsBadButNamesTheEmptyVersion) {
 
 TEST_F(FirmwareCgi, RequestWithoutFwfileAnswers400) {
   std::string const image = makeImage(root_, "maker.bin", kVersion);
-  ProcessResult result = postMultipart(root_, "firmware", cookie_, fileBody(image, "other"));
+  CgiResult result = postMultipart(root_, "firmware", cookie_, fileBody(image, "other"));
   EXPECT_EQ(result.exitCode, 255);
   EXPECT_EQ(result.out, kEmpty400);
   EXPECT_EQ(onlyRecord("rest_firmware"),
@@ -115,7 +130,7 @@ TEST_F(FirmwareCgi, RequestWithoutFwfileAnswers400) {
 
 TEST_F(FirmwareCgi, AnyMethodIsServedAlike) {
   // A GET carries no upload: the same 400 as a POST without one, no method refusal.
-  ProcessResult result = runUpload(root_, {"GET", "firmware", cookie_, "", "", "0"});
+  CgiResult result = runUpload(root_, {"GET", "firmware", cookie_, "", "", "0"});
   EXPECT_EQ(result.out, kEmpty400);
   EXPECT_EQ(onlyRecord("rest_firmware"),
             std::string("rest_firmware err orvo_cgi: src/rest_firmware:PrepareUpgrade: ") + kMoveFailedNoUpload);
@@ -127,11 +142,11 @@ TEST_F(FirmwareCgi, MultipartBodyCutShortAnswers400AndLeavesNothing) {
   std::string const full = std::to_string(body.size());
   body.resize(body.size() / 2);
   // The client announced more than it sent.
-  ProcessResult shortRead =
+  CgiResult shortRead =
       runUpload(root_, {"POST", "firmware", cookie_, body, "multipart/form-data; boundary=fwtest", full});
   EXPECT_EQ(shortRead.out, kEmpty400);
   // A body that ends without its closing delimiter.
-  ProcessResult unterminated = postMultipart(root_, "firmware", cookie_, body);
+  CgiResult unterminated = postMultipart(root_, "firmware", cookie_, body);
   EXPECT_EQ(unterminated.out, kEmpty400);
   EXPECT_EQ(records("rest_firmware").size(), 2u);
   EXPECT_FALSE(stagedImageExists(root_));
@@ -143,7 +158,7 @@ TEST_F(FirmwareCgi, UploadThatCannotBeMovedIsRemoved) {
   ASSERT_EQ(mkdir(root_.file(kStagedImage).c_str(), 0755), 0);
   std::ofstream(root_.file(std::string(kStagedImage) + "/keep")) << "x";
   std::string const image = makeImage(root_, "maker.bin", kVersion);
-  ProcessResult result = upload("firmware", image);
+  CgiResult result = upload("firmware", image);
   EXPECT_EQ(result.exitCode, 255);
   EXPECT_EQ(result.out, kEmpty400);
   auto found = records("rest_firmware");
@@ -159,14 +174,14 @@ TEST_F(FirmwareCgi, SecondUploadReplacesTheFirst) {
   std::string const first = makeImage(root_, "first.bin", "1.0.0");
   std::string const second = makeImage(root_, "second.bin", "2.0.0", {"--unsigned"});
   upload("firmware", first);
-  ProcessResult result = upload("firmware", second);
+  CgiResult result = upload("firmware", second);
   EXPECT_EQ(result.out, json200("{\"updateStatus\":\"thirdPartyFw\",\"updatedFwVersion\":\"2.0.0\"}"));
-  EXPECT_EQ(readFileText(root_.file(kStagedImage)), readFileText(second));
+  EXPECT_EQ(root_.read(kStagedImage), readFile(second));
 }
 
 TEST_F(FirmwareCgi, CheckOfAValidHeaderAnswers200AndKeepsNothing) {
   std::string const image = makeImage(root_, "maker.bin", kVersion);
-  ProcessResult result = upload("check", image);
+  CgiResult result = upload("check", image);
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, "Status: 200\r\nConnection: close\r\n\r\n");
   EXPECT_FALSE(stagedImageExists(root_));
@@ -182,7 +197,7 @@ TEST_F(FirmwareCgi, CheckLooksAtTheHeaderAlone) {
 
 TEST_F(FirmwareCgi, CheckOfABadHeaderAnswers400) {
   std::string const image = makeImage(root_, "header.bin", kVersion, {"--corrupt", "header"});
-  ProcessResult result = upload("check", image);
+  CgiResult result = upload("check", image);
   EXPECT_EQ(result.exitCode, 0);  // the commit's result, unlike the upload endpoint
   EXPECT_EQ(result.out, kEmpty400);
   EXPECT_EQ(onlyRecord("rest_check"), "rest_check err orvo_cgi: src/rest_check:rest_check_main: Bad firmware image");
@@ -191,7 +206,7 @@ TEST_F(FirmwareCgi, CheckOfABadHeaderAnswers400) {
 
 TEST_F(FirmwareCgi, CheckWithoutFwfileAnswers400) {
   std::string const image = makeImage(root_, "maker.bin", kVersion);
-  ProcessResult result = postMultipart(root_, "check", cookie_, fileBody(image, "image"));
+  CgiResult result = postMultipart(root_, "check", cookie_, fileBody(image, "image"));
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, kEmpty400);
   EXPECT_EQ(onlyRecord("rest_check"),
@@ -208,22 +223,23 @@ TEST_F(FirmwareCgi, CheckDiscardsAStagedImage) {
   EXPECT_FALSE(stagedImageExists(root_));
 }
 
+// Roots of their own: each `camsim init` makes a maker of its own.
 TEST(FirmwareCamsim, InitMakesTheMakersKeyPairAndTheUpdateTool) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   struct stat secret {};
   ASSERT_EQ(stat(root.file("/sim/fw-signing.key").c_str(), &secret), 0);
   EXPECT_EQ(secret.st_mode & 0777, 0600u);
-  std::string const publicKey = readFileText(root.file("/etc/orvo/fw-signing.pub"));
+  std::string const publicKey = root.read("/etc/orvo/fw-signing.pub");
   EXPECT_EQ(publicKey.size(), 65u);
   EXPECT_EQ(publicKey.find_first_not_of("0123456789abcdef"), 64u);
   EXPECT_EQ(access(root.file("/sbin/fwupdate").c_str(), X_OK), 0);
   // Another root, another maker.
-  CameraRoot other;
-  EXPECT_NE(readFileText(other.file("/etc/orvo/fw-signing.pub")), publicKey);
+  CameraRoot other(CameraRoot::Layout::kCamsim);
+  EXPECT_NE(other.read("/etc/orvo/fw-signing.pub"), publicKey);
 }
 
 TEST(FirmwareCamsim, ImageOptionsThatContradictAreRefused) {
-  CameraRoot root;
+  CameraRoot root(CameraRoot::Layout::kCamsim);
   std::string const out = root.file("/sim/x.bin");
   for (std::vector<std::string> const& args :
        {std::vector<std::string>{"--version", "1", "--unsigned", "--key", out, out},
@@ -240,5 +256,5 @@ TEST(FirmwareCamsim, ImageOptionsThatContradictAreRefused) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

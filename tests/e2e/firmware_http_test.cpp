@@ -7,13 +7,15 @@
 
 #include <chrono>
 #include <future>
-#include <thread>
 
-#include "camera_support.h"
-#include "firmware_support.h"
+#include "support/camera.h"
+#include "support/firmware.h"
+#include "support/json.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
@@ -29,8 +31,16 @@ bool lockHeld(CameraRoot const& root) {
   return held;
 }
 
-TEST(FirmwareHttp, UploadsAndChecksOfEveryKind) {
-  SimulatedCamera camera;
+// One camera for the program; the staged image, the camera's description
+// and the update tool's controls are put back after each test.
+class FirmwareHttp : public SharedCameraTest {
+ protected:
+  void SetUp() override { keep({"/sim/reboot-requested"}); }
+  SimulatedCamera const& camera_ = camera();
+};
+
+TEST_F(FirmwareHttp, UploadsAndChecksOfEveryKind) {
+  SimulatedCamera const& camera = camera_;
   CameraRoot const& root = camera.root();
   std::string const cookie = sessionCookie(camera);
 
@@ -76,20 +86,20 @@ TEST(FirmwareHttp, UploadsAndChecksOfEveryKind) {
   EXPECT_FALSE(stagedImageExists(root));
 }
 
-TEST(FirmwareHttp, UpgradeShowsTheNewVersionInTheStatusDocument) {
-  SimulatedCamera camera;
+TEST_F(FirmwareHttp, UpgradeShowsTheNewVersionInTheStatusDocument) {
+  SimulatedCamera const& camera = camera_;
   CameraRoot const& root = camera.root();
   std::string const cookie = sessionCookie(camera);
-  ASSERT_EQ(runCamsim("ctl", root.path(), {"fwupdate", "duration", "100"}).exitCode, 0);
+  camsim(root, "ctl", {"fwupdate", "duration", "100"});
 
   HttpResponse nothing = camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
   EXPECT_EQ(nothing.status, 500);
   EXPECT_EQ(nothing.body, "");
-  EXPECT_TRUE(hasLine(root, "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: FW update failed"));
+  EXPECT_TRUE(logged("rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: FW update failed"));
 
   HttpResponse posted = camera.request({"POST", "/api/1.2/upgrade", {cookie}, std::string("")});
   EXPECT_EQ(posted.status, 500);
-  EXPECT_TRUE(hasLine(root, "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: "
+  EXPECT_TRUE(logged("rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: "
                             "Cannot process POST request"));
 
   std::string const image = makeImage(root, "maker.bin", kVersion, {"--payload-size", std::to_string(16 << 20)});
@@ -108,28 +118,25 @@ TEST(FirmwareHttp, UpgradeShowsTheNewVersionInTheStatusDocument) {
   EXPECT_FALSE(stagedImageExists(root));
 }
 
-TEST(FirmwareHttp, TwoUpgradesAtOnceOneAnswers429) {
-  SimulatedCamera camera;
+TEST_F(FirmwareHttp, TwoUpgradesAtOnceOneAnswers429) {
+  SimulatedCamera const& camera = camera_;
   CameraRoot const& root = camera.root();
   std::string const cookie = sessionCookie(camera);
-  ASSERT_EQ(runCamsim("ctl", root.path(), {"fwupdate", "duration", "3000"}).exitCode, 0);
+  camsim(root, "ctl", {"fwupdate", "duration", "3000"});
   ASSERT_EQ(curlUpload(camera, "firmware", cookie, makeImage(root, "maker.bin", kVersion)).status, 200);
 
   auto first = std::async(std::launch::async, [&] {
     return camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
   });
-  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!lockHeld(root) && std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  ASSERT_TRUE(lockHeld(root));
+  ASSERT_TRUE(eventually([&] { return lockHeld(root); }, std::chrono::seconds(10),
+                         std::chrono::milliseconds(20)));
   HttpResponse second = camera.request({"GET", "/api/1.2/upgrade", {cookie}, {}});
   EXPECT_EQ(second.status, 429);
   EXPECT_EQ(second.body, "");
   EXPECT_EQ(first.get().status, 200);
-  EXPECT_TRUE(hasLine(root, "rest_upgrade warning orvo_cgi: src/orvo_cgi:lock: 'rest_upgrade' is already running"));
+  EXPECT_TRUE(logged("rest_upgrade warning orvo_cgi: src/orvo_cgi:lock: 'rest_upgrade' is already running"));
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

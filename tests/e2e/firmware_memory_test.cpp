@@ -10,10 +10,11 @@
 #include <cstdio>
 #include <fstream>
 
-#include "firmware_support.h"
+#include "support/firmware.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr long kLargePayload = 64L << 20;
@@ -68,9 +69,10 @@ CgiRun runWithBody(CameraRoot const& root, std::string const& cookie, std::strin
   return run;
 }
 
+// One test: the root is its own.
 TEST(FirmwareMemory, LargeImageKeepsPeakMemoryFlat) {
-  CameraRoot root;
-  std::string const cookie = directSession(root);
+  CameraRoot root(CameraRoot::Layout::kCamsim);
+  std::string const cookie = cgiSessionCookie(root);
   std::string const small = makeImage(root, "small.bin", "1.0.0", {"--payload-size", std::to_string(kSmallPayload)});
   std::string const large = makeImage(root, "large.bin", "2.0.0", {"--payload-size", std::to_string(kLargePayload)});
   writeBody(small, root.file("/sim/small.body"));
@@ -93,5 +95,5 @@ TEST(FirmwareMemory, LargeImageKeepsPeakMemoryFlat) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

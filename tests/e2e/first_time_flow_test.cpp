@@ -2,19 +2,24 @@
 // controller would do it, through lighttpd against `camsim up`.
 #include <gtest/gtest.h>
 
-#include "camera_support.h"
-#include "provisioning_support.h"
+#include <functional>
+
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
 
 constexpr char kJson[] = "Content-Type: application/json";
 
-class FirstTimeFlow : public ::testing::Test {
+class FirstTimeFlow : public SharedCameraTest {
  protected:
+  void SetUp() override { cookie_ = sessionCookie(camera_); }
   HttpResponse send(char const* method, char const* target, std::string const& body = "",
                     bool withCookie = true) {
     std::vector<std::string> headers{kJson};
@@ -29,8 +34,12 @@ class FirstTimeFlow : public ::testing::Test {
     return parsed(answer.body);
   }
 
-  SimulatedCamera camera_;
-  std::string cookie_ = sessionCookie(camera_);
+  static bool waitUntil(std::function<bool()> const& done) {
+    return eventually(done, std::chrono::seconds(2), std::chrono::milliseconds(50));
+  }
+
+  SimulatedCamera const& camera_ = camera();
+  std::string cookie_;
 };
 
 TEST_F(FirstTimeFlow, NewCameraIsSetUpJoinsWirelessAndIsAdopted) {
@@ -69,11 +78,11 @@ TEST_F(FirstTimeFlow, NewCameraIsSetUpJoinsWirelessAndIsAdopted) {
   status = document("/api/1.2/status");
   EXPECT_EQ(text(status, "wifi/ssid"), R"("HomeNet")");
   EXPECT_EQ(text(status, "wifi/connectionState"), R"("CONNECTED")");
-  EXPECT_EQ(field(document("/api/1.2/setup"), "wifiSsid"), R"("HomeNet")");
+  EXPECT_EQ(text(document("/api/1.2/setup"), "wifiSsid"), R"("HomeNet")");
 
   // The controller adopts the camera; the token is not accepted before the
   // controller has confirmed the adoption.
-  ASSERT_EQ(runCamsim("token", camera_.root().path(), {"tok-first-time"}).exitCode, 0);
+  setToken("tok-first-time");
   std::string const adoption = R"("mgmt":{"protocol":"wss","hosts":["ctl.example.net:7443"],
       "token":"adopt-1"})";
   HttpResponse manage = send("POST", "/api/1.2/manage",
@@ -87,18 +96,18 @@ TEST_F(FirstTimeFlow, NewCameraIsSetUpJoinsWirelessAndIsAdopted) {
   std::string const byToken = R"({"authToken":"tok-first-time",)";
   EXPECT_EQ(send("POST", "/api/1.2/manage", byToken + adoption + "}", false).status, 401);
 
-  controlOf(camera_.root(), {"orvo_avclient", "adopted", "true"});
+  control("orvo_avclient", {"adopted", "true"});
   status = document("/api/1.2/status");
   EXPECT_EQ(text(status, "controller/adopted"), "true");
   EXPECT_EQ(send("POST", "/api/1.2/manage", byToken + adoption + "}", false).status, 200);
   HttpResponse connect = send("POST", "/api/1.2/connect", R"({"authToken":"tok-first-time"})", false);
   EXPECT_EQ(connect.status, 200);
   EXPECT_EQ(connect.body, "");
-  Variant avclient = stateOf(camera_.root(), "orvo_avclient");
+  Variant avclient = daemonState(camera_.root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "state"), R"("connected")");
   EXPECT_EQ(text(avclient, "cancelWaits"), "1");
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

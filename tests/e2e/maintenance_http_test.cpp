@@ -7,19 +7,28 @@
 #include <chrono>
 #include <thread>
 
-#include "camera_support.h"
-#include "maintenance_support.h"
 #include "orvo/variant/variant.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/session.h"
+#include "support/stand_ins.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
 using Clock = std::chrono::steady_clock;
 
-class MaintenanceHttp : public ::testing::Test {
+// One camera for the program: a restart a test asks for is over before it
+// ends, and restarts are counted from the test's start.
+class MaintenanceHttp : public SharedCameraTest {
  protected:
+  void SetUp() override {
+    cookie_ = sessionCookie(camera_);
+    reboots_ = camera_.rebootCount();
+  }
+
   HttpResponse call(std::string const& method, std::string const& endpoint,
                     std::optional<std::string> body = std::nullopt) {
     std::vector<std::string> headers{cookie_};
@@ -32,12 +41,11 @@ class MaintenanceHttp : public ::testing::Test {
     return camera_.request({"POST", "/api/1.2/login", {"Content-Type: application/json"},
                             credentials(user, password)});
   }
-  bool sessionFileExists() {
-    return !readFileText(camera_.root().file("/tmp/.rest_0_1.db")).empty();
-  }
+  bool sessionFileExists() { return !camera_.root().read(kSessionDatabase).empty(); }
 
-  SimulatedCamera camera_;
-  std::string cookie_ = sessionCookie(camera_);
+  SimulatedCamera const& camera_ = camera();
+  std::string cookie_;
+  int reboots_ = 0;
 };
 
 TEST_F(MaintenanceHttp, ScanListsTheVisibleNetworksAndTakesAScansTime) {
@@ -49,7 +57,7 @@ TEST_F(MaintenanceHttp, ScanListsTheVisibleNetworksAndTakesAScansTime) {
   EXPECT_GE(took, std::chrono::milliseconds(1900));  // the default scan lasts 2000 ms
   Variant reply = parsed(answer.body);
   Variant networks = reply["accessPoints"];
-  Variant state = daemonState(camera_, "orvo_networkd");
+  Variant state = daemonState(camera_.root(), "orvo_networkd");
   ASSERT_EQ(networks.Elements().size(), state["accessPoints"].Elements().size());
   ASSERT_EQ(networks.Elements().size(), 3u);
   EXPECT_EQ(text(networks, "0"),
@@ -61,14 +69,14 @@ TEST_F(MaintenanceHttp, ScanListsTheVisibleNetworksAndTakesAScansTime) {
 }
 
 TEST_F(MaintenanceHttp, ScanDurationIsATestControl) {
-  control(camera_, {"orvo_networkd", "scan-duration", "4000"});
+  control("orvo_networkd", {"scan-duration", "4000"});
   auto const start = Clock::now();
   EXPECT_EQ(call("GET", "ap").status, 200);
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(3900));
 }
 
 TEST_F(MaintenanceHttp, SecondScanWhileTheFirstRunsAnswers429AtOnce) {
-  control(camera_, {"orvo_networkd", "scan-duration", "6000"});
+  control("orvo_networkd", {"scan-duration", "6000"});
   HttpResponse first;
   Clock::time_point firstDone;
   std::thread scanner([&] {
@@ -85,9 +93,9 @@ TEST_F(MaintenanceHttp, SecondScanWhileTheFirstRunsAnswers429AtOnce) {
   EXPECT_EQ(second.body, "");
   EXPECT_LT(secondDone - start, std::chrono::milliseconds(4000));
   EXPECT_LT(secondDone, firstDone);  // refused while the first still scanned
-  EXPECT_EQ(countLines(camera_.root(), "'rest_ap' is already running"), 1u);
+  EXPECT_EQ(countLogged("'rest_ap' is already running"), 1u);
   // The second request never reached the bus: no failed or second scan.
-  EXPECT_EQ(countLines(camera_.root(), "Unable to send IPC"), 0u);
+  EXPECT_EQ(countLogged("Unable to send IPC"), 0u);
 }
 
 TEST_F(MaintenanceHttp, ResetImageRestoresThePictureDefaults) {
@@ -97,14 +105,13 @@ TEST_F(MaintenanceHttp, ResetImageRestoresThePictureDefaults) {
   Variant reply = parsed(answer.body);
   EXPECT_EQ(text(reply, "isp/brightness"), "50");
   EXPECT_EQ(text(reply, "isp/contrast"), "50");
-  Variant isp = daemonState(camera_, "orvo_ispserver");
+  Variant isp = daemonState(camera_.root(), "orvo_ispserver");
   EXPECT_EQ(text(isp, "settings/brightness"), "50");
   EXPECT_EQ(text(isp, "settings/contrast"), "50");
 }
 
 TEST_F(MaintenanceHttp, RebootAnswersFirstThenRestartsTheCamera) {
   ASSERT_EQ(call("PUT", "settings", R"({"isp":{"brightness":30}})").status, 200);
-  ASSERT_EQ(rebootCount(camera_), 0);
   HttpResponse answer = call("DELETE", "reboot");
   // The camera goes down after a moment: the sessions are still there.
   EXPECT_TRUE(sessionFileExists());
@@ -112,8 +119,8 @@ TEST_F(MaintenanceHttp, RebootAnswersFirstThenRestartsTheCamera) {
   EXPECT_EQ(answer.body, "");
   EXPECT_FALSE(answer.header("Content-Type").has_value());
 
-  ASSERT_TRUE(waitForReboots(camera_, 1));
-  EXPECT_EQ(rebootCount(camera_), 1);
+  ASSERT_TRUE(camera_.waitForReboots(reboots_ + 1));
+  EXPECT_EQ(camera_.rebootCount(), reboots_ + 1);
   EXPECT_FALSE(sessionFileExists());
   EXPECT_EQ(call("GET", "status").status, 401);  // the old session is gone
   cookie_ = sessionCookie(camera_);
@@ -131,20 +138,20 @@ TEST_F(MaintenanceHttp, ResetRestoresTheFactoryCameraAndRestarts) {
                           "passwordNew": "n3w-Secret"}}})")
                 .status,
             200);
-  std::string const cfg = camera_.root().file("/etc/orvo/system.cfg");
-  ASSERT_NE(readFileText(cfg).find("device.firstTimeUse=0\n"), std::string::npos);
+  std::string const cfg = "/etc/orvo/system.cfg";
+  ASSERT_NE(camera_.root().read(cfg).find("device.firstTimeUse=0\n"), std::string::npos);
   ASSERT_EQ(login("admin", "admin").status, 401);
   ASSERT_EQ(login("admin", "n3w-Secret").status, 200);
 
   HttpResponse answer = call("GET", "reset");
   EXPECT_EQ(answer.status, 200);
   EXPECT_EQ(answer.body, "");
-  ASSERT_TRUE(waitForReboots(camera_, 1));
+  ASSERT_TRUE(camera_.waitForReboots(reboots_ + 1));
 
   EXPECT_EQ(call("GET", "status").status, 401);
   EXPECT_EQ(login("admin", "n3w-Secret").status, 401);
   cookie_ = sessionCookie(camera_);  // the factory account: admin/admin
-  EXPECT_NE(readFileText(cfg).find("device.firstTimeUse=1\n"), std::string::npos);
+  EXPECT_NE(camera_.root().read(cfg).find("device.firstTimeUse=1\n"), std::string::npos);
   Variant settings = parsed(call("GET", "settings").body);
   EXPECT_EQ(text(settings, "isp/brightness"), "50");
   EXPECT_EQ(text(settings, "device/name"), R"("Orvo Camera")");
@@ -158,6 +165,7 @@ TEST_F(MaintenanceHttp, RebootAnswers200ToEveryMethod) {
     EXPECT_EQ(answer.status, 200) << method;
     EXPECT_EQ(answer.body, "") << method;
   }
+  EXPECT_TRUE(camera_.waitForReboots(reboots_ + 2));
 }
 
 // Wrong methods, a control server that cannot take the reset and a network
@@ -169,20 +177,20 @@ TEST_F(MaintenanceHttp, RefusalsAnswer500) {
     EXPECT_EQ(answer.status, 500) << method << " " << endpoint;
     EXPECT_EQ(answer.body, "") << method << " " << endpoint;
   }
-  control(camera_, {"orvo_ctlserver", "stop"});
+  control("orvo_ctlserver", {"stop"});
   HttpResponse reset = call("GET", "reset");
   EXPECT_EQ(reset.status, 500);
-  EXPECT_EQ(countLines(camera_.root(), "Failed to enqueue reset to defaults"), 1u);
+  EXPECT_EQ(countLogged("Failed to enqueue reset to defaults"), 1u);
 
-  control(camera_, {"orvo_networkd", "stop"});
+  control("orvo_networkd", {"stop"});
   BrokenDaemon network(camera_.root(), "orvo_networkd");
   HttpResponse scan = call("GET", "ap");
   EXPECT_EQ(scan.status, 500);
   EXPECT_EQ(scan.body, "");
-  EXPECT_EQ(countLines(camera_.root(), "Scanning failed"), 1u);
-  EXPECT_EQ(rebootCount(camera_), 0);
+  EXPECT_EQ(countLogged("Scanning failed"), 1u);
+  EXPECT_EQ(camera_.rebootCount(), reboots_);
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -4,14 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
 
-#include "camera_support.h"
-#include "harness/http.h"
-#include "maintenance_calls.h"
+#include "messages/daemons.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr char kServices[] = "1.2/services";
@@ -23,88 +24,103 @@ constexpr char kFourServices[] = R"({"services": [
     {"name": "http", "running": true}, {"name": "ssh", "running": false},
     {"name": "ntp", "running": true}, {"name": "rtsp", "running": "unknown"}]})";
 
-TEST(ServicesCgi, GetListsEveryReadableServiceButHttp) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kList, kFourServices);
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kServices);
+// Direct runs in one shared root without a control server; each test's
+// service list is put back, and its log starts after its login.
+class ServicesCgi : public SharedRootTest {
+ protected:
+  void SetUp() override {
+    keep({kList});
+    cookie_ = cgiSessionCookie(root_);
+    markLog();
+  }
+  CgiResult call(std::string const& method, std::string const& id = kServices,
+                 std::string const& body = "") {
+    return callCgi(root_, {method, id, body, "10.1.2.3", cookie_});
+  }
+
+  CameraRoot const& root_ = sharedRoot_;
+  std::string cookie_;
+};
+
+// The daemons these need: the control server, and the two a login asks
+// (its answer holds the status). The list the control server publishes is
+// put back with its state.
+class ServicesHttp : public SharedCameraTest {
+ protected:
+  ServicesHttp()
+      : SharedCameraTest(
+            {orvo::daemons::kCtlServer, orvo::daemons::kNetworkd, orvo::daemons::kAvclient}) {}
+  void SetUp() override { keep({kList}); }
+  SimulatedCamera const& camera_ = camera();
+};
+
+TEST_F(ServicesCgi, GetListsEveryReadableServiceButHttp) {
+  root_.write(kList, kFourServices);
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.exitCode, 0);
   EXPECT_EQ(answer.status, "200");
-  EXPECT_EQ(answer.headers["Content-Type"], "application/json");
+  EXPECT_EQ(answer.header("Content-Type"), "application/json");
   EXPECT_EQ(answer.body, R"({"ntp":true,"ssh":false})");
-  EXPECT_EQ(summaries(root), std::vector<std::string>{
+  EXPECT_EQ(logSummaries(), std::vector<std::string>{
                                  "rest_service err orvo_cgi: src/rest_services:handle_get: "
                                  "Failed to get rtsp status"});
 }
 
-TEST(ServicesCgi, OnlyHttpListedAnswersEmptyObject) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kList, R"({"services": [{"name": "http", "running": true}]})");
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kServices);
+TEST_F(ServicesCgi, OnlyHttpListedAnswersEmptyObject) {
+  root_.write(kList, R"({"services": [{"name": "http", "running": true}]})");
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "{}");
 }
 
-TEST(ServicesCgi, NoListAnswersEmptyObject) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kServices);
+TEST_F(ServicesCgi, NoListAnswersEmptyObject) {
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "{}");
 }
 
 // Nothing is sent for "http" nor for a value that is not a boolean: no
 // delivery failure is logged although no control server runs.
-TEST(ServicesCgi, PutLeavesHttpAndNonBooleansAlone) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kList, kFourServices);
+TEST_F(ServicesCgi, PutLeavesHttpAndNonBooleansAlone) {
+  root_.write(kList, kFourServices);
   for (char const* body : {R"({"http": false})", R"({"ssh": "true", "ntp": 0, "rtsp": null})",
                            R"({"unknown": true})", "{}"}) {
-    CgiAnswer answer = callWithSession(root, cookie, "PUT", kServices, body);
+    CgiResult answer = call("PUT", kServices, body);
     EXPECT_EQ(answer.exitCode, 0) << body;
     EXPECT_EQ(answer.status, "200") << body;
     EXPECT_EQ(answer.body, "") << body;
   }
-  EXPECT_EQ(summaries(root), std::vector<std::string>{});
+  EXPECT_EQ(logSummaries(), std::vector<std::string>{});
 }
 
 // Best effort: each undelivered request is a warning and the next one is
 // still tried; the answer is 200.
-TEST(ServicesCgi, PutWithoutControlServerWarnsPerServiceAndAnswers200) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kList, kFourServices);
-  CgiAnswer answer = callWithSession(root, cookie, "PUT", kServices,
-                                     R"({"http": false, "ssh": true, "ntp": false})");
+TEST_F(ServicesCgi, PutWithoutControlServerWarnsPerServiceAndAnswers200) {
+  root_.write(kList, kFourServices);
+  CgiResult answer = call("PUT", kServices, R"({"http": false, "ssh": true, "ntp": false})");
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
   std::size_t warnings = 0;
-  for (std::string const& line : summaries(root)) warnings += line == kSendWarning;
+  for (std::string const& line : logSummaries()) warnings += line == kSendWarning;
   EXPECT_EQ(warnings, 2u);
 }
 
-TEST(ServicesCgi, OtherMethodsAnswerThePreset500) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kList, kFourServices);
+TEST_F(ServicesCgi, OtherMethodsAnswerThePreset500) {
+  root_.write(kList, kFourServices);
   for (char const* method : {"POST", "DELETE"}) {
-    CgiAnswer answer = callWithSession(root, cookie, method, kServices);
+    CgiResult answer = call(method);
     EXPECT_EQ(answer.exitCode, 0) << method;
     EXPECT_EQ(answer.status, "500") << method;
     EXPECT_EQ(answer.body, "") << method;
-    EXPECT_TRUE(hasLine(root, std::string("rest_service err orvo_cgi: src/rest_services:"
+    EXPECT_TRUE(logged(std::string("rest_service err orvo_cgi: src/rest_services:"
                                           "rest_services_main: Unsupported method '") +
                                   method + "'"));
   }
 }
 
-TEST(ServicesCgi, OnlyVersion12) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kList, kFourServices);
-  EXPECT_EQ(callWithSession(root, cookie, "GET", "1.1/services").status, "500");
+TEST_F(ServicesCgi, OnlyVersion12) {
+  root_.write(kList, kFourServices);
+  EXPECT_EQ(call("GET", "1.1/services").status, "500");
 }
 
 // Starts and stops are not answered: the control server applies them
@@ -113,13 +129,14 @@ TEST(ServicesCgi, OnlyVersion12) {
 std::string servicesOnceSettled(SimulatedCamera const& camera, std::string const& cookie,
                                 std::string const& expected) {
   std::string body;
-  for (int tries = 0; tries < 50; ++tries) {
-    HttpResponse answer = camera.request({"GET", "/api/1.2/services", {cookie}, {}});
-    EXPECT_EQ(answer.status, 200);
-    body = answer.body;
-    if (body == expected) break;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
+  eventually(
+      [&] {
+        HttpResponse answer = camera.request({"GET", "/api/1.2/services", {cookie}, {}});
+        EXPECT_EQ(answer.status, 200);
+        body = answer.body;
+        return body == expected;
+      },
+      std::chrono::seconds(5), std::chrono::milliseconds(100));
   return body;
 }
 
@@ -129,8 +146,8 @@ HttpResponse putServices(SimulatedCamera const& camera, std::string const& cooki
       {"PUT", "/api/1.2/services", {cookie, "Content-Type: application/json"}, body});
 }
 
-TEST(ServicesHttp, StartAndStopShowInTheNextGet) {
-  SimulatedCamera camera;
+TEST_F(ServicesHttp, StartAndStopShowInTheNextGet) {
+  SimulatedCamera const& camera = camera_;
   std::string const cookie = sessionCookie(camera);
   HttpResponse answer = camera.request({"GET", "/api/1.2/services", {cookie}, {}});
   ASSERT_EQ(answer.status, 200);
@@ -144,7 +161,7 @@ TEST(ServicesHttp, StartAndStopShowInTheNextGet) {
   char const* const sshOnNtpOff = R"({"ntp":false,"rtsp":false,"ssh":true,"upnp":false})";
   EXPECT_EQ(servicesOnceSettled(camera, cookie, sshOnNtpOff), sshOnNtpOff);
   // The web server's own service was left running.
-  orvo::variant::Variant state = daemonState(camera, "orvo_ctlserver");
+  orvo::variant::Variant state = daemonState(camera.root(), "orvo_ctlserver");
   EXPECT_EQ(text(state, "services/http"), "true");
   EXPECT_EQ(text(state, "services/ssh"), "true");
 
@@ -153,18 +170,18 @@ TEST(ServicesHttp, StartAndStopShowInTheNextGet) {
   EXPECT_EQ(servicesOnceSettled(camera, cookie, allOff), allOff);
 }
 
-TEST(ServicesHttp, ControlServerDownStill200AndNothingChanges) {
-  SimulatedCamera camera;
+TEST_F(ServicesHttp, ControlServerDownStill200AndNothingChanges) {
+  SimulatedCamera const& camera = camera_;
   std::string const cookie = sessionCookie(camera);
-  control(camera, {"orvo_ctlserver", "stop"});
+  control(orvo::daemons::kCtlServer, {"stop"});
   HttpResponse answer = putServices(camera, cookie, R"({"ssh": true})");
   EXPECT_EQ(answer.status, 200);
-  EXPECT_TRUE(hasLine(camera.root(), kSendWarning));
+  EXPECT_TRUE(logged(kSendWarning));
   // The list stays as last published.
   answer = camera.request({"GET", "/api/1.2/services", {cookie}, {}});
   EXPECT_EQ(answer.body, R"({"ntp":true,"rtsp":false,"ssh":false,"upnp":false})");
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

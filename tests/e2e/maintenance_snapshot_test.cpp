@@ -8,15 +8,15 @@
 #include <chrono>
 #include <filesystem>
 #include <set>
-#include <thread>
 
-#include "camera_support.h"
-#include "harness/http.h"
 #include "jpeg_check.h"
-#include "maintenance_calls.h"
+#include "messages/daemons.h"
+#include "support/camera.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr char kSnapshot[] = "1.2/snapshot";
@@ -28,89 +28,102 @@ constexpr char kMissingRecord[] =
 // Bytes a text-minded path would spoil: NUL, CR LF, high bytes.
 std::string const kOddBytes("\xff\xd8\xff\xe0\x00\x10JFIF\x00\r\n\r\n\x80\xfe\x00\xff\xd9", 20);
 
-void expectNotFound(CgiAnswer const& answer, CameraRoot const& root) {
+void expectNotFound(CgiResult const& answer) {
   EXPECT_EQ(answer.exitCode, 255);
   EXPECT_EQ(answer.status, "404");
   EXPECT_EQ(answer.body, "");
-  EXPECT_EQ(answer.headers.count("Content-Type"), 0u);
-  EXPECT_TRUE(hasLine(root, kMissingRecord));
+  EXPECT_FALSE(answer.header("Content-Type").has_value());
+  EXPECT_TRUE(hasSummary(answer.log, kMissingRecord));
 }
 
-TEST(SnapshotCgi, BytesExactlyAsOnDiskForGetAndPost) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kPicture, kOddBytes);
+// Direct runs in one shared root; whatever a test left at the picture's
+// path (a folder, a link) goes with it.
+class SnapshotCgi : public SharedRootTest {
+ protected:
+  void SetUp() override {
+    keep({kPicture});
+    cookie_ = cgiSessionCookie(root_);
+  }
+  CgiResult call(std::string const& method) {
+    return callCgi(root_, {method, kSnapshot, "", "10.1.2.3", cookie_});
+  }
+
+  CameraRoot const& root_ = sharedRoot_;
+  std::string cookie_;
+};
+
+// The daemons these need: the streamer, and the two a login asks (its
+// answer holds the status).
+class SnapshotHttp : public SharedCameraTest {
+ protected:
+  SnapshotHttp()
+      : SharedCameraTest(
+            {orvo::daemons::kStreamer, orvo::daemons::kNetworkd, orvo::daemons::kAvclient}) {}
+  SimulatedCamera const& camera_ = camera();
+};
+
+TEST_F(SnapshotCgi, BytesExactlyAsOnDiskForGetAndPost) {
+  root_.write(kPicture, kOddBytes);
   for (char const* method : {"GET", "POST"}) {
-    CgiAnswer answer = callWithSession(root, cookie, method, kSnapshot);
+    CgiResult answer = call(method);
     EXPECT_EQ(answer.exitCode, 0) << method;
     EXPECT_EQ(answer.status, "200") << method;
-    EXPECT_EQ(answer.headers["Content-Type"], "image/jpeg") << method;
+    EXPECT_EQ(answer.header("Content-Type"), "image/jpeg") << method;
     EXPECT_EQ(answer.body, kOddBytes) << method;
   }
 }
 
-TEST(SnapshotCgi, MissingPictureIs404) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  expectNotFound(callWithSession(root, cookie, "GET", kSnapshot), root);
+TEST_F(SnapshotCgi, MissingPictureIs404) {
+  expectNotFound(call("GET"));
 }
 
-TEST(SnapshotCgi, DirectoryIsLikeAMissingPicture) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  ASSERT_EQ(mkdir(root.file(kPicture).c_str(), 0755), 0);
-  expectNotFound(callWithSession(root, cookie, "GET", kSnapshot), root);
+TEST_F(SnapshotCgi, DirectoryIsLikeAMissingPicture) {
+  ASSERT_EQ(mkdir(root_.file(kPicture).c_str(), 0755), 0);
+  expectNotFound(call("GET"));
 }
 
 // /tmp is shared: a link there is never followed, even to a real picture.
-TEST(SnapshotCgi, LinkIsLikeAMissingPicture) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, "/tmp/elsewhere.jpeg", kOddBytes);
-  ASSERT_EQ(symlink(root.file("/tmp/elsewhere.jpeg").c_str(), root.file(kPicture).c_str()), 0);
-  expectNotFound(callWithSession(root, cookie, "GET", kSnapshot), root);
+TEST_F(SnapshotCgi, LinkIsLikeAMissingPicture) {
+  root_.write("/tmp/elsewhere.jpeg", kOddBytes);
+  ASSERT_EQ(symlink(root_.file("/tmp/elsewhere.jpeg").c_str(), root_.file(kPicture).c_str()), 0);
+  expectNotFound(call("GET"));
 }
 
 // An empty body carries no content type, whatever the handler set.
-TEST(SnapshotCgi, EmptyPictureIs200WithEmptyBodyAndNoContentType) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kPicture, "");
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kSnapshot);
+TEST_F(SnapshotCgi, EmptyPictureIs200WithEmptyBodyAndNoContentType) {
+  root_.write(kPicture, "");
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.exitCode, 0);
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
-  EXPECT_EQ(answer.headers.count("Content-Type"), 0u);
+  EXPECT_FALSE(answer.header("Content-Type").has_value());
 }
 
-TEST(SnapshotCgi, OtherMethodsAre500) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  writeDeviceFile(root, kPicture, kOddBytes);
+TEST_F(SnapshotCgi, OtherMethodsAre500) {
+  root_.write(kPicture, kOddBytes);
   for (char const* method : {"PUT", "DELETE"}) {
-    CgiAnswer answer = callWithSession(root, cookie, method, kSnapshot);
+    CgiResult answer = call(method);
     EXPECT_EQ(answer.status, "500") << method;
     EXPECT_EQ(answer.body, "") << method;
-    EXPECT_TRUE(hasLine(root, std::string("rest_snapshot err orvo_cgi: src/rest_snapshot:"
+    EXPECT_TRUE(hasSummary(answer.log, std::string("rest_snapshot err orvo_cgi: src/rest_snapshot:"
                                           "rest_snapshot_main: Cannot process ") +
                                   method + " request"));
   }
 }
 
-// Waits until the streamer has written its first picture.
+// Waits until the streamer has written a picture.
 std::string firstPicture(SimulatedCamera const& camera) {
-  for (int tries = 0; tries < 100; ++tries) {
-    std::string const bytes = readFileText(camera.root().file(kPicture));
-    if (!bytes.empty()) return bytes;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  std::string bytes;
+  if (!eventually([&] { return !(bytes = camera.root().read(kPicture)).empty(); },
+                  std::chrono::seconds(5))) {
+    ADD_FAILURE() << "the streamer wrote no picture in 5 s";
   }
-  ADD_FAILURE() << "the streamer wrote no picture in 5 s";
-  return "";
+  return bytes;
 }
 
 // One camera for the read-only checks of the streamer's picture.
-TEST(SnapshotHttp, StreamerPictureIsAlwaysWholeAndFresh) {
-  SimulatedCamera camera;
+TEST_F(SnapshotHttp, StreamerPictureIsAlwaysWholeAndFresh) {
+  SimulatedCamera const& camera = camera_;
   std::string const cookie = sessionCookie(camera);
   firstPicture(camera);
   std::set<std::string> seen;
@@ -137,14 +150,14 @@ TEST(SnapshotHttp, StreamerPictureIsAlwaysWholeAndFresh) {
   EXPECT_LE(left.size(), 1u);  // at most the one being written now
 }
 
-TEST(SnapshotHttp, StoppedStreamerLeavesTheLastPicture) {
-  SimulatedCamera camera;
+TEST_F(SnapshotHttp, StoppedStreamerLeavesTheLastPicture) {
+  SimulatedCamera const& camera = camera_;
   std::string const cookie = sessionCookie(camera);
   firstPicture(camera);
-  control(camera, {"orvo_streamer", "stop"});
-  std::string const last = readFileText(camera.root().file(kPicture));
-  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-  EXPECT_EQ(readFileText(camera.root().file(kPicture)), last);
+  control(orvo::daemons::kStreamer, {"stop"});
+  std::string const last = camera.root().read(kPicture);
+  EXPECT_TRUE(holdsFor([&] { return camera.root().read(kPicture) == last; },
+                       std::chrono::milliseconds(1500)));
   HttpResponse answer = camera.request({"GET", "/api/1.2/snapshot", {cookie}, {}});
   EXPECT_EQ(answer.status, 200);
   EXPECT_EQ(answer.body, last);
@@ -153,18 +166,18 @@ TEST(SnapshotHttp, StoppedStreamerLeavesTheLastPicture) {
   answer = camera.request({"GET", "/api/1.2/snapshot", {cookie}, {}});
   EXPECT_EQ(answer.status, 404);
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(hasLine(camera.root(), kMissingRecord));
+  EXPECT_TRUE(logged(kMissingRecord));
 
-  writeDeviceFile(camera.root(), kPicture, "");
+  camera.root().write(kPicture, "");
   answer = camera.request({"POST", "/api/1.2/snapshot", {cookie}, std::string()});
   EXPECT_EQ(answer.status, 200);
   EXPECT_EQ(answer.body, "");
   EXPECT_FALSE(answer.header("Content-Type").has_value());
 
-  control(camera, {"orvo_streamer", "start"});
+  control(orvo::daemons::kStreamer, {"start"});
   EXPECT_TRUE(orvotest::decodeJpeg(firstPicture(camera)).ok);
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -8,12 +8,11 @@
 #include <fstream>
 #include <future>
 
-#include "camera_support.h"
-#include "harness/http.h"
-#include "maintenance_calls.h"
+#include "support/camera.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 constexpr char kSupport[] = "1.2/support";
@@ -48,7 +47,7 @@ Bundle readBundle(CameraRoot const& root, std::string const& bytes) {
 
 void setCameraIdentity(CameraRoot const& root, std::string const& version,
                        std::string const& hwaddr) {
-  std::string info = readFileText(root.file("/etc/orvo/camera_info.json"));
+  std::string info = root.read("/etc/orvo/camera_info.json");
   auto replaceValue = [&info](std::string const& key, std::string const& value) {
     std::string::size_type at = info.find("\"" + key + "\": \"");
     ASSERT_NE(at, std::string::npos) << key;
@@ -57,23 +56,40 @@ void setCameraIdentity(CameraRoot const& root, std::string const& version,
   };
   replaceValue("version", version);
   replaceValue("hwaddr", hwaddr);
-  writeDeviceFile(root, "/etc/orvo/camera_info.json", info);
+  root.write("/etc/orvo/camera_info.json", info);
 }
 
 std::string passwordHash(CameraRoot const& root) {
-  std::string const account = readFileText(root.file("/etc/orvo/account"));
+  std::string const account = root.read("/etc/orvo/account");
   return account.substr(account.find(':') + 1, account.find('\n') - account.find(':') - 1);
 }
 
-TEST(SupportHttp, BundleIsAGzipTarOfTheCameraWithoutSecrets) {
-  SimulatedCamera camera;
+// Direct runs in one shared root (the camera's description, changed by a
+// test, is put back).
+class SupportCgi : public SharedRootTest {
+ protected:
+  void SetUp() override { cookie_ = cgiSessionCookie(root_); }
+  CgiResult call(std::string const& method, std::string const& body = "") {
+    return callCgi(root_, {method, kSupport, body, "10.1.2.3", cookie_});
+  }
+
+  CameraRoot const& root_ = sharedRoot_;
+  std::string cookie_;
+};
+
+class SupportHttp : public SharedCameraTest {
+ protected:
+  SimulatedCamera const& camera_ = camera();
+};
+
+TEST_F(SupportHttp, BundleIsAGzipTarOfTheCameraWithoutSecrets) {
+  SimulatedCamera const& camera = camera_;
   std::string const cookie = sessionCookie(camera);
   std::string const sessionId = cookie.substr(cookie.find('=') + 1);
   ASSERT_GE(sessionId.size(), 16u);
   // A secret that reached the log must not leave with it.
-  std::string const logPath = camera.root().file("/var/log/messages");
-  writeDeviceFile(camera.root(), "/var/log/messages",
-                  readFileText(logPath) + "session " + sessionId + " seen\n");
+  camera.root().write("/var/log/messages",
+                      camera.root().read("/var/log/messages") + "session " + sessionId + " seen\n");
 
   HttpResponse answer = camera.request({"GET", "/api/1.2/support", {cookie}, {}});
   ASSERT_EQ(answer.status, 200);
@@ -98,8 +114,8 @@ TEST(SupportHttp, BundleIsAGzipTarOfTheCameraWithoutSecrets) {
   EXPECT_EQ(scratchFolders(camera.root()), std::vector<std::string>{});
 }
 
-TEST(SupportHttp, TwoDownloadsAtOnceEachGetAWholeBundle) {
-  SimulatedCamera camera;
+TEST_F(SupportHttp, TwoDownloadsAtOnceEachGetAWholeBundle) {
+  SimulatedCamera const& camera = camera_;
   std::string const cookie = sessionCookie(camera);
   auto download = [&camera, &cookie] {
     return camera.request({"GET", "/api/1.2/support", {cookie}, {}});
@@ -120,33 +136,30 @@ TEST(SupportHttp, TwoDownloadsAtOnceEachGetAWholeBundle) {
   EXPECT_EQ(scratchFolders(camera.root()), std::vector<std::string>{});
 }
 
-TEST(SupportCgi, NameFromMajorVersionAndHardwareAddress) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  setCameraIdentity(root, "4.8.40", "AABBCCDDEEFF");
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kSupport);
+TEST_F(SupportCgi, NameFromMajorVersionAndHardwareAddress) {
+  setCameraIdentity(root_, "4.8.40", "AABBCCDDEEFF");
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.status, "200");
-  EXPECT_EQ(answer.headers["Content-Disposition"],
+  EXPECT_EQ(answer.header("Content-Disposition"),
             "attachment; filename=support-4-AABBCCDDEEFF.sup");
 }
 
-TEST(SupportCgi, VersionWithoutDotIsUsedWhole) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  setCameraIdentity(root, "nightly", "AABBCCDDEEFF");
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kSupport);
+TEST_F(SupportCgi, VersionWithoutDotIsUsedWhole) {
+  setCameraIdentity(root_, "nightly", "AABBCCDDEEFF");
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.status, "200");
-  EXPECT_EQ(answer.headers["Content-Disposition"],
+  EXPECT_EQ(answer.header("Content-Disposition"),
             "attachment; filename=support-nightly-AABBCCDDEEFF.sup");
-  EXPECT_EQ(answer.headers["Content-Type"], "application/force-download");
+  EXPECT_EQ(answer.header("Content-Type"), "application/force-download");
   EXPECT_EQ(answer.body.substr(0, 2), "\x1f\x8b");  // gzip
 }
 
-TEST(SupportCgi, ToolMissingIs500AndLeavesNoFolder) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
+// The tool is a link `camsim init` made: a root of its own.
+TEST(SupportCgiOwnRoot, ToolMissingIs500AndLeavesNoFolder) {
+  CameraRoot root(CameraRoot::Layout::kCamsim);
+  std::string const cookie = cgiSessionCookie(root);
   ASSERT_EQ(unlink(root.file("/bin/support").c_str()), 0);
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kSupport);
+  CgiResult answer = callCgi(root, {"GET", kSupport, "", "10.1.2.3", cookie});
   EXPECT_EQ(answer.exitCode, 255);
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
@@ -154,7 +167,7 @@ TEST(SupportCgi, ToolMissingIs500AndLeavesNoFolder) {
   std::string const prefix =
       "rest_support err orvo_cgi: src/rest_support:rest_support_main: "
       "Failed to execute '/bin/support " + root.file("/tmp/support-cgi-");
-  for (std::string const& line : summaries(root)) {
+  for (std::string const& line : summariesOf(answer.log)) {
     logged = logged || (line.rfind(prefix, 0) == 0 &&
                         line.size() > prefix.size() + 6 &&
                         line.compare(line.size() - 32, 32, "/support-OV-B4-7483C2A1B2C3.sup'") == 0);
@@ -163,28 +176,24 @@ TEST(SupportCgi, ToolMissingIs500AndLeavesNoFolder) {
   EXPECT_EQ(scratchFolders(root), std::vector<std::string>{});
 }
 
-TEST(SupportCgi, WithoutCameraDescriptionIs500) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  ASSERT_EQ(unlink(root.file("/etc/orvo/camera_info.json").c_str()), 0);
-  CgiAnswer answer = callWithSession(root, cookie, "GET", kSupport);
+TEST_F(SupportCgi, WithoutCameraDescriptionIs500) {
+  ASSERT_EQ(unlink(root_.file("/etc/orvo/camera_info.json").c_str()), 0);
+  CgiResult answer = call("GET");
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(hasLine(root, "rest_support err orvo_cgi: src/rest_support:rest_support_main: "
+  EXPECT_TRUE(hasSummary(answer.log, "rest_support err orvo_cgi: src/rest_support:rest_support_main: "
                             "Failed to initialize camera info manager"));
-  EXPECT_EQ(scratchFolders(root), std::vector<std::string>{});
+  EXPECT_EQ(scratchFolders(root_), std::vector<std::string>{});
 }
 
-TEST(SupportCgi, OnlyGet) {
-  CameraRoot root;
-  std::string const cookie = directSessionCookie(root);
-  CgiAnswer answer = callWithSession(root, cookie, "POST", kSupport, "{}");
+TEST_F(SupportCgi, OnlyGet) {
+  CgiResult answer = call("POST", "{}");
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(hasLine(root, "rest_support err orvo_cgi: src/rest_support:rest_support_main: "
+  EXPECT_TRUE(hasSummary(answer.log, "rest_support err orvo_cgi: src/rest_support:rest_support_main: "
                             "Can not process POST request"));
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

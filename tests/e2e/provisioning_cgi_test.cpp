@@ -5,11 +5,13 @@
 
 #include <algorithm>
 
-#include "camera_support.h"
-#include "provisioning_support.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/poll.h"
+#include "support/session.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
@@ -19,40 +21,47 @@ constexpr char kSetupId[] = "1.2/setup";
 constexpr char kManageId[] = "1.2/manage";
 constexpr char kAdmin[] = R"("username":"admin","password":"admin")";
 
-class ProvisioningCgi : public ::testing::Test {
+class ProvisioningCgi : public SharedCameraTest {
  protected:
+  void SetUp() override { cookie_ = cgiSessionCookie(root(), "1.2"); }
   CameraRoot const& root() { return camera_.root(); }
-  CgiAnswer setup(std::string const& method, std::string const& body = "") {
+  CgiResult setup(std::string const& method, std::string const& body = "") {
     return callCgi(root(), {method, kSetupId, body, "10.1.2.3", cookie_});
   }
   // A manage request with the admin's credentials added to `members`.
-  CgiAnswer manage(std::string const& members, std::string const& method = "POST") {
+  CgiResult manage(std::string const& members, std::string const& method = "POST") {
     std::string const body = "{" + std::string(kAdmin) + (members.empty() ? "" : ",") + members + "}";
     return callCgi(root(), {method, kManageId, body, "10.1.2.3", ""});
   }
   // The records of one identity written since `mark`.
-  Lines recordsOf(char const* identity, std::size_t mark) {
+  Lines recordsOf(char const* identity, LogMark const& mark) {
     Lines out;
-    for (std::string const& line : summariesSince(root(), mark)) {
+    for (std::string const& line : mark.summaries()) {
       if (line.rfind(std::string(identity) + " ", 0) == 0) out.push_back(line);
     }
     return out;
   }
-  std::string systemCfg() { return readFileText(root().file("/etc/orvo/system.cfg")); }
+  // How many of the test's records hold `part` in their summary.
+  std::size_t countSummaries(std::string const& part) const {
+    std::size_t count = 0;
+    for (std::string const& line : logSummaries()) count += line.find(part) != std::string::npos;
+    return count;
+  }
+  std::string systemCfg() { return root().read("/etc/orvo/system.cfg"); }
   std::string networkSettings() {
-    Variant state = stateOf(root(), "orvo_networkd");
+    Variant state = daemonState(root(), "orvo_networkd");
     return text(state, "settings");
   }
 
-  SimulatedCamera camera_;
-  std::string cookie_ = cgiSessionCookie(camera_.root());
+  SimulatedCamera const& camera_ = camera();
+  std::string cookie_;
 };
 
 TEST_F(ProvisioningCgi, SetupGetShowsTheFreshCamera) {
-  CgiAnswer answer = setup("GET");
+  CgiResult answer = setup("GET");
   EXPECT_EQ(answer.exitCode, 0);
   EXPECT_EQ(answer.status, "200");
-  EXPECT_EQ(answer.headers["Content-Type"], "application/json");
+  EXPECT_EQ(answer.header("Content-Type"), "application/json");
   EXPECT_EQ(answer.body,
             R"({"ctlAddr":"","ctlUuid":"","deviceName":"orvo-camera","netDns1":"192.168.1.1",)"
             R"("netDns2":"","netGw":"","netIp":"","netMask":"","netMode":"dhcp",)"
@@ -60,8 +69,8 @@ TEST_F(ProvisioningCgi, SetupGetShowsTheFreshCamera) {
 }
 
 TEST_F(ProvisioningCgi, SetupOtherMethodKeepsThePreset) {
-  std::size_t const mark = summaries(root()).size();
-  CgiAnswer answer = setup("POST", "{}");
+  LogMark const mark(root());
+  CgiResult answer = setup("POST", "{}");
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
   EXPECT_EQ(recordsOf("rest_setup", mark),
@@ -105,8 +114,8 @@ TEST_F(ProvisioningCgi, SetupRefusesEveryInvalidFormAndChangesNothing) {
   std::string const cfgBefore = systemCfg();
   std::string const networkBefore = networkSettings();
   for (Refusal const& refusal : kSetupRefusals) {
-    std::size_t const mark = summaries(root()).size();
-    CgiAnswer answer = setup("PUT", refusal.body);
+    LogMark const mark(root());
+    CgiResult answer = setup("PUT", refusal.body);
     EXPECT_EQ(answer.status, "500") << refusal.body;
     EXPECT_EQ(answer.body, "") << refusal.body;
     EXPECT_EQ(recordsOf("rest_setup", mark),
@@ -123,14 +132,14 @@ TEST_F(ProvisioningCgi, SetupRefusesEveryInvalidFormAndChangesNothing) {
 TEST_F(ProvisioningCgi, SetupBodyThatIsNotJsonChangesNothing) {
   std::string const cfgBefore = systemCfg();
   std::string const networkBefore = networkSettings();
-  std::size_t const mark = summaries(root()).size();
-  CgiAnswer answer = setup("PUT", "{\"netMode\":\"static\",");
+  LogMark const mark(root());
+  CgiResult answer = setup("PUT", "{\"netMode\":\"static\",");
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(waitUntil([&] {
-    return countSummaries(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
-  }));
-  Lines const since = summariesSince(root(), mark);
+  EXPECT_TRUE(eventually(
+      [&] { return countSummaries("src/rest_setup:do_apply_settings: Setup applied") == 1; },
+      std::chrono::seconds(2)));
+  Lines const since = mark.summaries();
   EXPECT_NE(std::find(since.begin(), since.end(),
                       "orvo_cgi err orvo_cgi: src/orvo_cgi:Parse: Failed to parse JSON string"),
             since.end())
@@ -145,21 +154,21 @@ TEST_F(ProvisioningCgi, SetupOneMebibyteBodyChangesNothing) {
   std::string const cfgBefore = systemCfg();
   std::string const networkBefore = networkSettings();
   std::string const body = R"({"deviceName":")" + std::string(1 << 20, 'n') + R"("})";
-  CgiAnswer answer = setup("PUT", body);
+  CgiResult answer = setup("PUT", body);
   // The device name is not the form's to write: the form is valid and empty.
   EXPECT_EQ(answer.status, "200");
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(waitUntil([&] {
-    return countSummaries(root(), "src/rest_setup:do_apply_settings: Setup applied") == 1;
-  }));
+  EXPECT_TRUE(eventually(
+      [&] { return countSummaries("src/rest_setup:do_apply_settings: Setup applied") == 1; },
+      std::chrono::seconds(2)));
   EXPECT_EQ(systemCfg(), cfgBefore);
   EXPECT_EQ(networkSettings(), networkBefore);
 }
 
 TEST_F(ProvisioningCgi, ManageServesOnlyPost) {
   for (char const* method : {"GET", "PUT"}) {
-    std::size_t const mark = summaries(root()).size();
-    CgiAnswer answer = callCgi(root(), {method, kManageId, "", "10.1.2.3", cookie_});
+    LogMark const mark(root());
+    CgiResult answer = callCgi(root(), {method, kManageId, "", "10.1.2.3", cookie_});
     EXPECT_EQ(answer.status, "405") << method;
     EXPECT_EQ(answer.body, "") << method;
     EXPECT_EQ(answer.exitCode, 0) << method;
@@ -174,7 +183,7 @@ struct ManageRefusal {
 
 TEST_F(ProvisioningCgi, ManageRefusesEveryInvalidRequestWith400) {
   std::string const networkBefore = networkSettings();
-  Variant const avclientBefore = stateOf(root(), "orvo_avclient");
+  Variant const avclientBefore = daemonState(root(), "orvo_avclient");
   ManageRefusal const refusals[] = {
       {R"("mgmt":{"hosts":["h"]})",
        {"err orvo_cgi: src/rest_manage:request_data_valid: empty 'protocol' received"}},
@@ -205,8 +214,8 @@ TEST_F(ProvisioningCgi, ManageRefusesEveryInvalidRequestWith400) {
         "err orvo_cgi: src/rest_manage:request_data_valid: Invalid wifi params"}},
   };
   for (ManageRefusal const& refusal : refusals) {
-    std::size_t const mark = summaries(root()).size();
-    CgiAnswer answer = manage(refusal.members);
+    LogMark const mark(root());
+    CgiResult answer = manage(refusal.members);
     EXPECT_EQ(answer.status, "400") << refusal.members;
     EXPECT_EQ(answer.body, "") << refusal.members;
     std::string const body = "{" + std::string(kAdmin) + "," + refusal.members + "}";
@@ -218,14 +227,14 @@ TEST_F(ProvisioningCgi, ManageRefusesEveryInvalidRequestWith400) {
     EXPECT_EQ(recordsOf("rest_manage", mark), expected) << refusal.members;
   }
   EXPECT_EQ(networkSettings(), networkBefore);
-  Variant avclientAfter = stateOf(root(), "orvo_avclient");
+  Variant avclientAfter = daemonState(root(), "orvo_avclient");
   EXPECT_TRUE(avclientAfter == avclientBefore);
 }
 
 TEST_F(ProvisioningCgi, ManageWithoutTheNetworkDaemonAttemptsNoAdoption) {
-  controlOf(root(), {"orvo_networkd", "stop"});
-  std::size_t const mark = summaries(root()).size();
-  CgiAnswer answer = manage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com"]},)"
+  control("orvo_networkd", {"stop"});
+  LogMark const mark(root());
+  CgiResult answer = manage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com"]},)"
                             R"("wifi":{"ssid":"HomeNet","password":"orchard-lane-42"})");
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
@@ -234,15 +243,15 @@ TEST_F(ProvisioningCgi, ManageWithoutTheNetworkDaemonAttemptsNoAdoption) {
   ASSERT_FALSE(records.empty());
   EXPECT_EQ(records.back(), "rest_manage err orvo_cgi: src/rest_manage:compose_change_wifi_settings: "
                             "Unable to send IPC request to orvo_networkd");
-  Variant avclient = stateOf(root(), "orvo_avclient");
+  Variant avclient = daemonState(root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "state"), R"("waiting")");
   EXPECT_EQ(text(avclient, "hosts"), "[]");
 }
 
 TEST_F(ProvisioningCgi, ManageWhenTheAdoptionFails) {
-  controlOf(root(), {"orvo_avclient", "stop"});
-  std::size_t const mark = summaries(root()).size();
-  CgiAnswer answer = manage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com"]})");
+  control("orvo_avclient", {"stop"});
+  LogMark const mark(root());
+  CgiResult answer = manage(R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com"]})");
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
   Lines const records = recordsOf("rest_manage", mark);
@@ -253,17 +262,17 @@ TEST_F(ProvisioningCgi, ManageWhenTheAdoptionFails) {
 
 TEST_F(ProvisioningCgi, ConnectServesGetAndPostOnly) {
   for (char const* method : {"GET", "POST"}) {
-    CgiAnswer answer = callCgi(root(), {method, "1.2/connect", "", "10.1.2.3", cookie_});
+    CgiResult answer = callCgi(root(), {method, "1.2/connect", "", "10.1.2.3", cookie_});
     EXPECT_EQ(answer.status, "200") << method;
     EXPECT_EQ(answer.body, "") << method;
     EXPECT_EQ(answer.exitCode, 0) << method;
   }
-  Variant avclient = stateOf(root(), "orvo_avclient");
+  Variant avclient = daemonState(root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "cancelWaits"), "2");
   EXPECT_EQ(text(avclient, "state"), R"("waiting")");
 
-  std::size_t const mark = summaries(root()).size();
-  CgiAnswer answer = callCgi(root(), {"PUT", "1.2/connect", "", "10.1.2.3", cookie_});
+  LogMark const mark(root());
+  CgiResult answer = callCgi(root(), {"PUT", "1.2/connect", "", "10.1.2.3", cookie_});
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
   EXPECT_EQ(recordsOf("rest_connect", mark),
@@ -272,9 +281,9 @@ TEST_F(ProvisioningCgi, ConnectServesGetAndPostOnly) {
 }
 
 TEST_F(ProvisioningCgi, ConnectWithoutTheManagementClient) {
-  controlOf(root(), {"orvo_avclient", "stop"});
-  std::size_t const mark = summaries(root()).size();
-  CgiAnswer answer = callCgi(root(), {"POST", "1.2/connect", "", "10.1.2.3", cookie_});
+  control("orvo_avclient", {"stop"});
+  LogMark const mark(root());
+  CgiResult answer = callCgi(root(), {"POST", "1.2/connect", "", "10.1.2.3", cookie_});
   EXPECT_EQ(answer.status, "500");
   EXPECT_EQ(answer.body, "");
   Lines const records = recordsOf("rest_connect", mark);
@@ -284,5 +293,5 @@ TEST_F(ProvisioningCgi, ConnectWithoutTheManagementClient) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

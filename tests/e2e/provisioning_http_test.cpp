@@ -5,13 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
+#include <functional>
 
-#include "camera_support.h"
-#include "provisioning_support.h"
+#include "support/camera.h"
+#include "support/json.h"
+#include "support/poll.h"
+#include "support/session.h"
+#include "support/stand_ins.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 namespace {
 
 using orvo::variant::Variant;
@@ -19,8 +22,11 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char kApplied[] = "src/rest_setup:do_apply_settings: Setup applied";
 
-class ProvisioningHttp : public ::testing::Test {
+// One camera for the program; each test waits for the setup children it
+// started before it ends.
+class ProvisioningHttp : public SharedCameraTest {
  protected:
+  void SetUp() override { cookie_ = sessionCookie(camera_); }
   CameraRoot const& root() { return camera_.root(); }
   HttpResponse putSetup(std::string const& body) {
     return camera_.request(
@@ -40,20 +46,30 @@ class ProvisioningHttp : public ::testing::Test {
     return camera_.request({"POST", "/api/1.2/manage", {"Content-Type: application/json"},
                             R"({"username":"admin","password":"admin",)" + members + "}"});
   }
-  std::string systemCfg() { return readFileText(root().file("/etc/orvo/system.cfg")); }
+  std::string systemCfg() { return root().read("/etc/orvo/system.cfg"); }
   bool cfgHas(std::string const& line) { return systemCfg().find(line + "\n") != std::string::npos; }
-  Variant network() { return stateOf(root(), "orvo_networkd"); }
-  // Waits until the children of `count` setups in all have finished.
+  Variant network() { return daemonState(root(), "orvo_networkd"); }
+  // How many of the test's records hold `part` in their summary.
+  std::size_t countSummaries(std::string const& part) const {
+    std::size_t count = 0;
+    for (std::string const& line : logSummaries()) count += line.find(part) != std::string::npos;
+    return count;
+  }
+  static bool waitUntil(std::function<bool()> const& done,
+                        std::chrono::milliseconds limit = std::chrono::seconds(2)) {
+    return eventually(done, limit, std::chrono::milliseconds(50));
+  }
+  // Waits until the children of `count` setups of this test have finished.
   bool applied(std::size_t count) {
-    return waitUntil([&] { return countSummaries(root(), kApplied) >= count; });
+    return waitUntil([&] { return countSummaries(kApplied) >= count; });
   }
   bool childLogged(std::string const& text,
                    std::chrono::milliseconds limit = std::chrono::seconds(2)) {
-    return waitUntil([&] { return countSummaries(root(), text) == 1; }, limit);
+    return waitUntil([&] { return countSummaries(text) == 1; }, limit);
   }
 
-  SimulatedCamera camera_;
-  std::string cookie_ = sessionCookie(camera_);
+  SimulatedCamera const& camera_ = camera();
+  std::string cookie_;
 };
 
 TEST_F(ProvisioningHttp, EmptyFormAnswers200AndRunsNoTool) {
@@ -67,7 +83,7 @@ TEST_F(ProvisioningHttp, EmptyFormAnswers200AndRunsNoTool) {
   EXPECT_EQ(systemCfg(), cfgBefore);
   Variant after = network();
   EXPECT_EQ(text(after, "settings"), text(before, "settings"));
-  EXPECT_EQ(countSummaries(root(), "rest_setup err"), 0u);
+  EXPECT_EQ(countSummaries("rest_setup err"), 0u);
 }
 
 TEST_F(ProvisioningHttp, FormIsAppliedInTheBackgroundAndReadBack) {
@@ -105,7 +121,7 @@ TEST_F(ProvisioningHttp, StaticSetsTheDhcpSwitchFalseAndDhcpTrue) {
   ASSERT_TRUE(applied(1));
   Variant state = network();
   EXPECT_EQ(text(state, "settings/dhcp/status"), "0");
-  EXPECT_EQ(field(getSetup(), "netMode"), R"("static")");
+  EXPECT_EQ(text(getSetup(), "netMode"), R"("static")");
   ASSERT_EQ(putSetup(R"({"netMode":"dhcp"})").status, 200);
   ASSERT_TRUE(applied(2));
   state = network();
@@ -160,10 +176,10 @@ TEST_F(ProvisioningHttp, ClientIsAnsweredWhileTheChildStillWorks) {
   HttpResponse second = putSetup(R"({"ctlAddr":"other.example.net","ctlUuid":"u-2"})");
   EXPECT_EQ(second.status, 429);
   EXPECT_EQ(second.body, "");
-  EXPECT_EQ(countLines(root(), "'rest_setup_put' is already running"), 1u);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_FALSE(cfgHas("vestovideo.server=ctl.example.net"));
-  EXPECT_EQ(countSummaries(root(), kApplied), 0u);
+  EXPECT_EQ(countLogged("'rest_setup_put' is already running"), 1u);
+  EXPECT_TRUE(holdsFor(
+      [&] { return !cfgHas("vestovideo.server=ctl.example.net") && countSummaries(kApplied) == 0; },
+      std::chrono::milliseconds(300)));
 
   writerLock.release();
   ASSERT_TRUE(applied(1));
@@ -190,9 +206,9 @@ TEST_F(ProvisioningHttp, ChildLogsWhatItCouldNotDo) {
   }));
   EXPECT_TRUE(childLogged("src/rest_setup:do_apply_settings: Failed to execute orvo_system_cfg"));
   EXPECT_FALSE(cfgHas("vestovideo.uuid=u-1"));
-  EXPECT_EQ(countSummaries(root(), kApplied), 0u);
+  EXPECT_EQ(countSummaries(kApplied), 0u);
 
-  controlOf(root(), {"orvo_networkd", "stop"});
+  control("orvo_networkd", {"stop"});
   ASSERT_TRUE(waitUntil([&] {
     return putSetup(R"({"ctlAddr":"ctl.example.net","ctlUuid":"u-1"})").status == 200;
   }));
@@ -204,15 +220,15 @@ TEST_F(ProvisioningHttp, ChildLogsWhatItCouldNotDo) {
             << std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count()
             << " ms\n";
   // Without the network change the controller is not touched either.
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_FALSE(cfgHas("vestovideo.server=ctl.example.net"));
+  EXPECT_TRUE(holdsFor([&] { return !cfgHas("vestovideo.server=ctl.example.net"); },
+                       std::chrono::milliseconds(300)));
 }
 
 TEST_F(ProvisioningHttp, ManageWithAnEmptyHostListAdopts) {
   HttpResponse answer = postManage(R"("mgmt":{"protocol":"wss","hosts":[],"token":"t-1"})");
   EXPECT_EQ(answer.status, 200);
   EXPECT_EQ(answer.body, R"({"mgmt":{"hosts":[],"protocol":"wss","token":"t-1"}})");
-  Variant avclient = stateOf(root(), "orvo_avclient");
+  Variant avclient = daemonState(root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "hosts"), "[]");
   EXPECT_EQ(text(avclient, "state"), R"("adopting")");
   EXPECT_EQ(text(avclient, "token"), R"("t-1")");
@@ -222,9 +238,9 @@ TEST_F(ProvisioningHttp, ManageRefusesOtherProtocols) {
   HttpResponse answer = postManage(R"("mgmt":{"protocol":"ws","hosts":["ctl.example.net"]})");
   EXPECT_EQ(answer.status, 400);
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(hasLine(root(), "rest_manage err orvo_cgi: src/rest_manage:connection_host_valid: "
+  EXPECT_TRUE(logged("rest_manage err orvo_cgi: src/rest_manage:connection_host_valid: "
                               "Unsupported protocol (ws)"));
-  Variant avclient = stateOf(root(), "orvo_avclient");
+  Variant avclient = daemonState(root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "state"), R"("waiting")");
 }
 
@@ -236,7 +252,7 @@ TEST_F(ProvisioningHttp, ManageWifiWithoutPasswordChangesNothing) {
   EXPECT_EQ(answer.body, "");
   Variant after = network();
   EXPECT_EQ(text(after, "settings"), text(before, "settings"));
-  EXPECT_TRUE(hasLine(root(), "rest_manage err orvo_cgi: src/rest_manage:request_data_valid: "
+  EXPECT_TRUE(logged("rest_manage err orvo_cgi: src/rest_manage:request_data_valid: "
                               "Invalid wifi params"));
 }
 
@@ -269,7 +285,7 @@ TEST_F(ProvisioningHttp, ManageFallbackChoosesTestedOrDirectChange) {
   ASSERT_EQ(postManage(wrong + "}").status, 200);
   Variant state = network();
   EXPECT_EQ(text(state, "settings/wifi/ssid"), R"("")");
-  EXPECT_EQ(field(status(), "wifi/mode"), R"("disabled")");
+  EXPECT_EQ(text(status(), "wifi/mode"), R"("disabled")");
 
   ASSERT_EQ(postManage(wrong + R"(,"fallback":true})").status, 200);
   state = network();
@@ -279,7 +295,7 @@ TEST_F(ProvisioningHttp, ManageFallbackChoosesTestedOrDirectChange) {
   state = network();
   EXPECT_EQ(text(state, "settings/wifi/ssid"), R"("HomeNet")");
   EXPECT_EQ(text(state, "settings/wifi/wpa/psk"), R"("wrong-passphrase")");
-  EXPECT_EQ(field(status(), "wifi/mode"), R"("searching")");
+  EXPECT_EQ(text(status(), "wifi/mode"), R"("searching")");
 }
 
 // Values of another type count as absent: a number token is sent as "",
@@ -290,7 +306,7 @@ TEST_F(ProvisioningHttp, ManageWrongTypedOptionalValuesCountAsAbsent) {
   HttpResponse answer = postManage(R"("mgmt":{"protocol":"wss","hosts":[],"token":5},
       "wifi":{"ssid":"HomeNet","password":"wrong-passphrase","fallback":"no","playSounds":"yes"})");
   EXPECT_EQ(answer.status, 200);
-  Variant avclient = stateOf(root(), "orvo_avclient");
+  Variant avclient = daemonState(root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "token"), R"("")");
   Variant state = network();
   EXPECT_EQ(text(state, "settings/wifi/ssid"), R"("")");
@@ -304,5 +320,5 @@ TEST_F(ProvisioningHttp, ManageWrongTypedOptionalValuesCountAsAbsent) {
 }
 
 }  // namespace
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

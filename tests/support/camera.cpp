@@ -1,6 +1,9 @@
 #include "support/camera.h"
 
+#include <cstdlib>
 #include <stdexcept>
+
+#include "support/poll.h"
 
 namespace orvo {
 namespace test {
@@ -30,12 +33,19 @@ void camsim(CameraRoot const& root, std::string const& command,
   EXPECT_TRUE(result.exited && result.exitCode == 0) << command << " failed: " << result.err;
 }
 
-SimulatedCamera::SimulatedCamera() {
+SimulatedCamera::SimulatedCamera(DaemonList const& daemons) {
+  std::vector<std::string> options = {"--cgi", restCgiPath()};
+  if (!daemons.empty()) {
+    std::string list;
+    for (auto const& daemon : daemons) list += (list.empty() ? "" : ",") + daemon;
+    options.insert(options.end(), {"--daemons", list});
+  }
   std::string errors;
   for (int attempt = 0; attempt < kStartAttempts; ++attempt) {
     port_ = freePort();
-    ProcessResult up = runCamsim("up", root_.path(),
-                                 {"--port", std::to_string(port_), "--cgi", restCgiPath()});
+    std::vector<std::string> arguments = {"--port", std::to_string(port_)};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    ProcessResult up = runCamsim("up", root_.path(), arguments);
     if (up.exited && up.exitCode == 0) {
       baseUrl_ = "http://127.0.0.1:" + std::to_string(port_);
       return;
@@ -47,15 +57,55 @@ SimulatedCamera::SimulatedCamera() {
 
 SimulatedCamera::~SimulatedCamera() { runCamsim("down", root_.path()); }
 
+namespace {
+
+// `camsim status`: "reboots: N (last ...)" and one "<name>: running (pid
+// ...)" line for lighttpd and each running daemon.
+struct CameraStatus {
+  int reboots = -1;
+  int running = 0;
+};
+
+CameraStatus cameraStatus(CameraRoot const& root) {
+  ProcessResult status = runCamsim("status", root.path());
+  CameraStatus out;
+  std::size_t at = status.out.find("reboots: ");
+  if (at != std::string::npos) out.reboots = std::atoi(status.out.c_str() + at + 9);
+  for (at = 0; (at = status.out.find(": running (pid", at)) != std::string::npos; ++at) {
+    ++out.running;
+  }
+  return out;
+}
+
+}  // namespace
+
+int SimulatedCamera::rebootCount() const { return cameraStatus(root_).reboots; }
+
+bool SimulatedCamera::waitForReboots(int count, int daemons,
+                                     std::chrono::milliseconds limit) const {
+  return eventually(
+      [&] {
+        CameraStatus const status = cameraStatus(root_);
+        return status.reboots >= count && status.running == daemons + 1;
+      },
+      limit, std::chrono::milliseconds(200));
+}
+
 SharedStateTest::SharedStateTest(CameraRoot const& root)
     : sharedRoot_(root), mark_(root), snapshot_(root, cameraStatePaths()) {}
 
-void SharedStateTest::TearDown() { snapshot_.restore(); }
+void SharedStateTest::TearDown() {
+  for (auto const& kept : kept_) kept->restore();
+  kept_.clear();
+  snapshot_.restore();
+}
 
 std::size_t SharedStateTest::countLogged(std::string const& part) const {
-  std::size_t count = 0;
-  for (auto const& line : mark_.lines()) count += line.find(part) != std::string::npos;
-  return count;
+  return mark_.count(part);
+}
+
+void SharedStateTest::keep(std::vector<std::string> const& paths) {
+  kept_.push_back(std::make_unique<RootSnapshot>(sharedRoot_, paths));
 }
 
 void SharedStateTest::moveClock(std::string const& step) const {
@@ -71,8 +121,8 @@ CameraRoot const& SharedRootTest::root() {
   return shared;
 }
 
-SimulatedCamera& SharedCameraTest::camera() {
-  static SimulatedCamera shared;
+SimulatedCamera& SharedCameraTest::camera(DaemonList const& daemons) {
+  static SimulatedCamera shared(daemons);
   return shared;
 }
 

@@ -4,19 +4,21 @@
 //
 // Sharing: every TEST_F of a program whose fixture derives from
 // SharedRootTest (CGI runs, no web server) or SharedCameraTest (lighttpd and
-// the nine daemons) uses the same root, made by the first test that runs
-// and removed when the program ends. Each test sees the log records written
-// since it began (log()), and what it changed in the camera's state (see
-// cameraStatePaths()) and the daemons it stopped through control() are put
-// back when it ends. A test that needs a camera of its own (one that must
-// not see another test's leftovers in files outside that state, or starts
-// and stops the camera itself) makes a CameraRoot or SimulatedCamera.
-// CTest runs each such program as one test, so its tests run one after the
-// other while different programs run in parallel.
+// the nine daemons, or those the fixture names) uses the same root, made by
+// the first test that runs and removed when the program ends. Each test sees
+// the log records written since it began (log()), and what it changed in the
+// camera's state (see cameraStatePaths()), the further files it names with
+// keep() and the daemons it stopped through control() are put back when it
+// ends. A test that needs a camera of its own (one that must not see another
+// test's leftovers in files outside that state, or starts and stops the
+// camera itself) makes a CameraRoot or SimulatedCamera. CTest runs each such
+// program as one test, so its tests run one after the other while different
+// programs run in parallel.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <set>
 #include <string>
@@ -37,10 +39,13 @@ ProcessResult runCamsim(std::string const& command, std::string const& root,
 void camsim(CameraRoot const& root, std::string const& command,
             std::vector<std::string> const& arguments);
 
+// The daemons a camera runs: all nine when empty, none for {"none"}.
+using DaemonList = std::vector<std::string>;
+
 // A running simulated camera with its own root and port.
 class SimulatedCamera {
  public:
-  SimulatedCamera();
+  explicit SimulatedCamera(DaemonList const& daemons = {});
   ~SimulatedCamera();
   SimulatedCamera(SimulatedCamera const&) = delete;
   SimulatedCamera& operator=(SimulatedCamera const&) = delete;
@@ -53,6 +58,13 @@ class SimulatedCamera {
     return httpRequest(baseUrl_, request, sourceAddress);
   }
   HttpResponse get(std::string const& target) const { return request({"GET", target, {}, {}}); }
+
+  // The restarts `camsim status` reports.
+  int rebootCount() const;
+  // Waits (at most `limit`) until the camera has restarted `count` times
+  // and lighttpd and `daemons` of its daemons run again; false when not.
+  bool waitForReboots(int count, int daemons = 9,
+                      std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
   CameraRoot root_{CameraRoot::Layout::kCamsim};
@@ -77,12 +89,19 @@ class SharedStateTest : public ::testing::Test {
   void moveClock(std::string const& step) const;
   // `camsim token <value>`; undone when the test ends.
   void setToken(std::string const& token) const;
+  // Also put back these device files and folders (beyond the camera's
+  // state) when the test ends.
+  void keep(std::vector<std::string> const& paths);
+  // From now on log() holds only what comes after this call (a fixture's
+  // own login, for one, is not the test's).
+  void markLog() { mark_ = LogMark(sharedRoot_); }
 
   CameraRoot const& sharedRoot_;
 
  private:
   LogMark mark_;
   RootSnapshot snapshot_;
+  std::vector<std::unique_ptr<RootSnapshot>> kept_;
 };
 
 // One camsim-made root for the whole program; nothing runs in it.
@@ -93,11 +112,15 @@ class SharedRootTest : public SharedStateTest {
 };
 
 // One running simulated camera for the whole program.
+// A program whose tests need only some daemons names them in its fixture's
+// constructor (SharedCameraTest({daemons::kNetworkd})): the first test
+// starts the camera with those.
 class SharedCameraTest : public SharedStateTest {
  protected:
-  SharedCameraTest() : SharedStateTest(camera().root()) {}
+  explicit SharedCameraTest(DaemonList const& daemons = {})
+      : SharedStateTest(camera(daemons).root()) {}
   void TearDown() override;
-  static SimulatedCamera& camera();
+  static SimulatedCamera& camera(DaemonList const& daemons = {});
 
   // `camsim ctl <daemon> <arguments...>`; the controls are camera state, and
   // a daemon stopped here is started again when the test ends.

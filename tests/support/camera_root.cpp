@@ -110,7 +110,11 @@ CameraRoot const& processRoot(CameraRoot::Layout layout) {
 }
 
 RootSnapshot::RootSnapshot(CameraRoot const& root, std::vector<std::string> paths)
-    : root_(root), paths_(std::move(paths)), files_(scan()) {}
+    : root_(root), paths_(std::move(paths)), files_(scan()) {
+  for (auto const& devicePath : paths_) {
+    if (!root_.exists(devicePath)) absent_.push_back(devicePath);
+  }
+}
 
 std::map<std::string, std::string> RootSnapshot::scan() const {
   std::map<std::string, std::string> files;
@@ -144,6 +148,8 @@ void RootSnapshot::restore() const {
   for (auto const& [devicePath, content] : files_) {
     if (!root_.exists(devicePath)) root_.write(devicePath, content);
   }
+  std::error_code ignored;
+  for (auto const& devicePath : absent_) fs::remove_all(root_.file(devicePath), ignored);
 }
 
 std::vector<std::string> const& cameraStatePaths() {

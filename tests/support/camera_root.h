@@ -58,7 +58,8 @@ CameraRoot const& processRoot(CameraRoot::Layout layout = CameraRoot::Layout::kF
 // What a test may change in a root, kept so it can be put back: the files
 // under the given device folders and the given single files, byte for byte.
 // restore() rewrites changed files, brings back removed ones and removes
-// new ones; a file absent at the snapshot stays absent.
+// new ones; a given path absent at the snapshot is absent again afterwards,
+// whatever stands there (a folder, a link, a FIFO).
 class RootSnapshot {
  public:
   RootSnapshot(CameraRoot const& root, std::vector<std::string> paths);
@@ -70,6 +71,7 @@ class RootSnapshot {
   CameraRoot const& root_;
   std::vector<std::string> paths_;
   std::map<std::string, std::string> files_;  // device path -> content
+  std::vector<std::string> absent_;            // given paths absent at the snapshot
 };
 
 // The device paths a camera keeps its state in: configuration, account and

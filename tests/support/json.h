@@ -14,6 +14,10 @@ namespace test {
 orvo::variant::Variant parsed(std::string const& json);
 // The compact JSON of the value at `path` ("a/b"), or "(absent)".
 std::string text(orvo::variant::Variant& document, char const* path);
+// The same for a document just received (a call's value).
+inline std::string text(orvo::variant::Variant&& document, char const* path) {
+  return text(document, path);
+}
 // Compact JSON of a value.
 std::string json(orvo::variant::Variant const& value);
 // The member names of an object.

@@ -96,5 +96,11 @@ std::vector<std::string> LogMark::lines() const { return logLines(*root_, offset
 std::vector<LogRecord> LogMark::records() const { return parseLogLines(lines()); }
 std::vector<std::string> LogMark::summaries() const { return summariesOf(records()); }
 
+std::size_t LogMark::count(std::string const& part) const {
+  std::size_t count = 0;
+  for (auto const& line : lines()) count += line.find(part) != std::string::npos;
+  return count;
+}
+
 }  // namespace test
 }  // namespace orvo

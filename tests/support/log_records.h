@@ -58,6 +58,10 @@ class LogMark {
   std::vector<std::string> lines() const;
   std::vector<LogRecord> records() const;
   std::vector<std::string> summaries() const;
+  // How many of the lines hold `part` anywhere (place or text).
+  std::size_t count(std::string const& part) const;
+  // Whether one record's summary is exactly `summary`.
+  bool has(std::string const& summary) const { return hasSummary(records(), summary); }
 
  private:
   CameraRoot const* root_;

@@ -5,18 +5,13 @@
 namespace orvo {
 namespace test {
 
-namespace {
-
-constexpr std::chrono::milliseconds kSlice{5};
-
-}  // namespace
-
-bool eventually(std::function<bool()> const& condition, std::chrono::milliseconds limit) {
+bool eventually(std::function<bool()> const& condition, std::chrono::milliseconds limit,
+                std::chrono::milliseconds interval) {
   auto const deadline = std::chrono::steady_clock::now() + limit;
   for (;;) {
     if (condition()) return true;
     if (std::chrono::steady_clock::now() >= deadline) return false;
-    std::this_thread::sleep_for(kSlice);
+    std::this_thread::sleep_for(interval);
   }
 }
 

@@ -1,17 +1,11 @@
 #include "support/session.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <stdexcept>
 
-#include "orvo/ipc/bus_server.h"
 #include "orvo/variant/variant.h"
-#include "messages/daemons.h"
 
 namespace orvo {
 namespace test {
@@ -35,6 +29,24 @@ CgiResult login(CameraRoot const& root, std::string const& body, std::string con
 
 std::string credentials(std::string const& user, std::string const& password) {
   return "{\"username\":\"" + user + "\",\"password\":\"" + password + "\"}";
+}
+
+std::string cgiSessionCookie(CameraRoot const& root, std::string const& version,
+                             std::string const& addr) {
+  CgiResult answer = login(root, credentials("admin", "admin"), version, addr);
+  EXPECT_EQ(answer.status, "200") << answer.body;
+  return "authId=" + cookieId(answer);
+}
+
+
+std::string loginId(CameraRoot const& root, std::string const& addr) {
+  CgiResult answer = login(root, credentials("admin", "admin"), "0.1", addr);
+  EXPECT_EQ(answer.status, "200") << answer.body;
+  return cookieId(answer);
+}
+
+CgiResult sessionRequest(CameraRoot const& root, std::string const& id, std::string const& addr) {
+  return callCgi(root, {"GET", "0.1/status", "", addr, id.empty() ? "" : "authId=" + id});
 }
 
 std::string cookieId(std::string const& setCookie) {
@@ -84,56 +96,6 @@ std::vector<struct utmp> readBtmp(CameraRoot const& root) {
 
 std::string utmpText(char const* field, std::size_t size) {
   return std::string(field, strnlen(field, size));
-}
-
-namespace {
-
-class AdoptionAnswer : public orvo::ipc::BusServer {
- public:
-  explicit AdoptionAnswer(bool adopted) : BusServer(orvo::daemons::kAvclient), adopted_(adopted) {}
-  void HandleRequest(orvo::ipc::messages::BaseRequestMessage& request, bool& accept) override {
-    accept = true;
-    orvo::variant::Variant answer;
-    answer["adopted"] = adopted_;
-    respond(request, answer);
-  }
-
- private:
-  bool adopted_;
-};
-
-// The child: never returns.
-[[noreturn]] void serveAdoption(std::string const& root, bool adopted, int ready) {
-  setenv("ORVO_ROOT", root.c_str(), 1);
-  AdoptionAnswer server(adopted);
-  char ok = server.listen() ? 1 : 0;
-  (void)!write(ready, &ok, 1);
-  close(ready);
-  for (;;) server.serve(1000);
-}
-
-}  // namespace
-
-FakeAvclient::FakeAvclient(CameraRoot const& root, bool adopted) {
-  int pipeFds[2];
-  if (pipe(pipeFds) != 0) throw std::runtime_error("pipe failed");
-  pid_ = fork();
-  if (pid_ == 0) {
-    close(pipeFds[0]);
-    serveAdoption(root.path(), adopted, pipeFds[1]);
-  }
-  close(pipeFds[1]);
-  char ok = 0;
-  ssize_t n = read(pipeFds[0], &ok, 1);
-  close(pipeFds[0]);
-  if (n != 1 || ok != 1) throw std::runtime_error("stand-in avclient did not listen");
-}
-
-FakeAvclient::~FakeAvclient() {
-  if (pid_ > 0) {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
 }
 
 }  // namespace test

@@ -1,7 +1,7 @@
 // Logging in and what it leaves: requests as a browser or a controller sends
 // them (JSON POST with an address and a cookie), the session database, the
-// failed-login records, and a stand-in A/V client that says whether the
-// camera is adopted.
+// failed-login records (a stand-in A/V client that says whether the camera
+// is adopted is in stand_ins.h).
 #pragma once
 
 #include <sys/types.h>
@@ -13,6 +13,7 @@
 
 #include "support/camera.h"
 #include "support/cgi_run.h"
+#include "support/stand_ins.h"
 
 namespace orvo {
 namespace test {
@@ -31,6 +32,17 @@ CgiResult callCgi(CameraRoot const& root, CgiCall const& call);
 CgiResult login(CameraRoot const& root, std::string const& body,
                 std::string const& version = "0.1", std::string const& addr = "10.1.2.3");
 std::string credentials(std::string const& user, std::string const& password);
+// Logs in as admin/admin by calling rest.cgi; the "authId=<id>" cookie.
+// Version 0.1 asks no daemon.
+std::string cgiSessionCookie(CameraRoot const& root, std::string const& version = "0.1",
+                             std::string const& addr = "10.1.2.3");
+
+// Logs in as admin/admin by calling rest.cgi; the new session's identifier.
+std::string loginId(CameraRoot const& root, std::string const& addr = "10.1.2.3");
+// GET 0.1/status (a session check that asks no daemon) with the session `id`
+// (no cookie when empty).
+CgiResult sessionRequest(CameraRoot const& root, std::string const& id,
+                         std::string const& addr = "10.1.2.3");
 
 // The identifier of an "authId=<id>; ..." cookie, or "".
 std::string cookieId(std::string const& setCookie);
@@ -54,19 +66,6 @@ std::map<std::string, SessionRecord> readSessions(CameraRoot const& root);
 constexpr char kFailedLogins[] = "/var/log/btmp";
 std::vector<struct utmp> readBtmp(CameraRoot const& root);
 std::string utmpText(char const* field, std::size_t size);
-
-// Serves "orvo_avclient" for the camera root in a child process, answering
-// every request with {"adopted": <adopted>}; stopped when destroyed.
-class FakeAvclient {
- public:
-  FakeAvclient(CameraRoot const& root, bool adopted);
-  ~FakeAvclient();
-  FakeAvclient(FakeAvclient const&) = delete;
-  FakeAvclient& operator=(FakeAvclient const&) = delete;
-
- private:
-  pid_t pid_ = -1;
-};
 
 }  // namespace test
 }  // namespace orvo

@@ -1,4 +1,4 @@
-#include "firmware_support.h"
+#include "support/firmware.h"
 
 #include <dirent.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <sstream>
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
 namespace {
 constexpr char kUploadPrefix[] = "cgi-upload-";
@@ -21,8 +21,7 @@ std::string makeImage(CameraRoot const& root, std::string const& name, std::stri
   std::vector<std::string> args = {"--version", version};
   args.insert(args.end(), arguments.begin(), arguments.end());
   args.push_back(out);
-  ProcessResult made = runCamsim("fwimage", root.path(), args);
-  EXPECT_EQ(made.exitCode, 0) << made.err;
+  camsim(root, "fwimage", args);
   return out;
 }
 
@@ -33,13 +32,14 @@ std::string multipartBody(std::string const& boundary, std::string const& field,
          "\r\n--" + boundary + "--\r\n";
 }
 
-std::string directSession(CameraRoot const& root) {
-  CgiAnswer answer = login(root, credentials("admin", "admin"), "0.1", kAddr);
-  EXPECT_EQ(answer.status, "200");
-  return "authId=" + cookieId(answer.headers["Set-Cookie"]);
+std::string fileBody(std::string const& path, std::string const& field) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream content;
+  content << in.rdbuf();
+  return multipartBody("fwtest", field, content.str());
 }
 
-ProcessResult runUpload(CameraRoot const& root, UploadCall const& call) {
+CgiResult runUpload(CameraRoot const& root, UploadCall const& call) {
   Environment env{{"REQUEST_METHOD", call.method},
                   {"QUERY_STRING", "id=1.2/" + call.endpoint},
                   {"REMOTE_ADDR", kAddr},
@@ -47,25 +47,16 @@ ProcessResult runUpload(CameraRoot const& root, UploadCall const& call) {
                   {"CONTENT_TYPE", call.contentType},
                   {"CONTENT_LENGTH", call.contentLength.empty() ? std::to_string(call.body.size())
                                                                 : call.contentLength}};
-  CgiOptions options;
-  options.limit = std::chrono::seconds(60);
-  return runCgi(root, env, call.body, options);
+  return runCgi(root, env, call.body);
 }
 
-ProcessResult postMultipart(CameraRoot const& root, std::string const& endpoint,
-                            std::string const& cookie, std::string const& body) {
+CgiResult postMultipart(CameraRoot const& root, std::string const& endpoint,
+                        std::string const& cookie, std::string const& body) {
   UploadCall call;
   call.endpoint = endpoint;
   call.cookie = cookie;
   call.body = body;
   return runUpload(root, call);
-}
-
-std::string fileBody(std::string const& path, std::string const& field) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream content;
-  content << in.rdbuf();
-  return multipartBody("fwtest", field, content.str());
 }
 
 HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoint,
@@ -101,5 +92,5 @@ bool stagedImageExists(CameraRoot const& root) {
   return lstat(root.file(kStagedImage).c_str(), &info) == 0;
 }
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo

@@ -1,18 +1,16 @@
-// What the firmware tests share: images made with `camsim fwimage`, a
-// logged-in multipart upload to rest.cgi run directly or through lighttpd
-// with curl, and the camera root's staged image and leftover uploads.
+// Firmware uploads in tests: images made with `camsim fwimage`, multipart
+// bodies for rest.cgi run directly, curl's own multipart upload through
+// lighttpd, and what an upload leaves in the camera root.
 #pragma once
-
-#include <sys/types.h>
 
 #include <string>
 #include <vector>
 
-#include "access_support.h"
-#include "harness/http.h"
+#include "support/camera.h"
+#include "support/cgi_run.h"
 
 namespace orvo {
-namespace e2e {
+namespace test {
 
 constexpr char kStagedImage[] = "/tmp/fwupdate.bin";
 
@@ -24,9 +22,8 @@ std::string makeImage(CameraRoot const& root, std::string const& name, std::stri
 // A multipart/form-data body with one file part.
 std::string multipartBody(std::string const& boundary, std::string const& field,
                           std::string const& content);
-
-// A session cookie ("authId=...") from a direct login.
-std::string directSession(CameraRoot const& root);
+// The file's contents as a multipart body (boundary "fwtest") under the field name.
+std::string fileBody(std::string const& path, std::string const& field = "fwfile");
 
 // rest.cgi run directly: `method` id=1.2/<endpoint> with the cookie and
 // `body` as multipart/form-data (boundary "fwtest") unless `contentType` says
@@ -39,12 +36,10 @@ struct UploadCall {
   std::string contentType = "multipart/form-data; boundary=fwtest";
   std::string contentLength;
 };
-ProcessResult runUpload(CameraRoot const& root, UploadCall const& call);
+CgiResult runUpload(CameraRoot const& root, UploadCall const& call);
 // A POST of `body` as multipart/form-data, boundary "fwtest".
-ProcessResult postMultipart(CameraRoot const& root, std::string const& endpoint,
-                            std::string const& cookie, std::string const& body);
-// The file's contents as a multipart body under the field name.
-std::string fileBody(std::string const& path, std::string const& field = "fwfile");
+CgiResult postMultipart(CameraRoot const& root, std::string const& endpoint,
+                        std::string const& cookie, std::string const& body);
 
 // curl -F <field>=@<path> to /api/1.2/<endpoint> with the cookie header.
 HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoint,
@@ -55,5 +50,5 @@ HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoi
 std::vector<std::string> leftoverUploads(CameraRoot const& root);
 bool stagedImageExists(CameraRoot const& root);
 
-}  // namespace e2e
+}  // namespace test
 }  // namespace orvo
