@@ -7,6 +7,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <future>
+
 #include "support/camera.h"
 #include "support/session.h"
 
@@ -139,22 +141,31 @@ TEST_F(ApiAnswersCgi, LogoutEndsTheSessionOnce) {
   EXPECT_EQ(call("GET", "1.2/syslog", "", cookie).status, "401");
 }
 
-// Each waits for its daemon's time limit: 5 s, the scan 30 s.
+// Each waits for its daemon's time limit (5 s, the scan 30 s), so they run
+// side by side.
 TEST_F(ApiAnswersCgi, WithoutDaemonsTheDaemonBackedOperationsFail) {
   std::string const cookie = session();
-  EXPECT_EQ(call("GET", "1.2/status", "", cookie).status, "500");
-  EXPECT_EQ(call("GET", "1.2/reset", "", cookie).status, "500");
-  EXPECT_EQ(call("GET", "1.2/connect", "", cookie).status, "500");
-  EXPECT_EQ(call("POST", "1.2/connect", "", cookie).status, "500");
-  CgiResult manage = call("POST", "1.2/manage",
-                          R"({"mgmt":{"protocol":"wss","hosts":[]},"wifi":{"ssid":"Attic","password":"attic-pass-1"}})",
-                          cookie);
-  EXPECT_EQ(manage.status, "500");
-  EXPECT_TRUE(hasSummary(manage.log, "rest_manage err orvo_cgi: src/rest_manage:compose_change_wifi_settings: "
-                                     "Unable to send IPC request to orvo_networkd"));
-  CgiResult scan = call("GET", "1.2/ap", "", cookie);
-  EXPECT_EQ(scan.status, "500");
-  EXPECT_EQ(scan.body, "");
+  auto const start = [&](char const* method, char const* id, std::string const& body = "") {
+    return std::async(std::launch::async, [=] { return call(method, id, body, cookie); });
+  };
+  auto status = start("GET", "1.2/status");
+  auto reset = start("GET", "1.2/reset");
+  auto connectRead = start("GET", "1.2/connect");
+  auto connectWrite = start("POST", "1.2/connect");
+  auto manage = start("POST", "1.2/manage",
+                      R"({"mgmt":{"protocol":"wss","hosts":[]},"wifi":{"ssid":"Attic","password":"attic-pass-1"}})");
+  auto scan = start("GET", "1.2/ap");
+  EXPECT_EQ(status.get().status, "500");
+  EXPECT_EQ(reset.get().status, "500");
+  EXPECT_EQ(connectRead.get().status, "500");
+  EXPECT_EQ(connectWrite.get().status, "500");
+  CgiResult const managed = manage.get();
+  EXPECT_EQ(managed.status, "500");
+  EXPECT_TRUE(hasSummary(managed.log, "rest_manage err orvo_cgi: src/rest_manage:compose_change_wifi_settings: "
+                                      "Unable to send IPC request to orvo_networkd"));
+  CgiResult const scanned = scan.get();
+  EXPECT_EQ(scanned.status, "500");
+  EXPECT_EQ(scanned.body, "");
 }
 
 TEST_F(ApiAnswersCgi, FormsFailWithoutTheSystemConfiguration) {

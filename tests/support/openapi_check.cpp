@@ -9,6 +9,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <sstream>
 
@@ -130,6 +131,10 @@ Value const* operationOf(ApiAnswer const& answer, Target const& target) {
 rapidjson::SchemaDocument const& schemaAt(Value const& schema) {
   static std::map<Value const*, std::pair<std::unique_ptr<Document>,
                                           std::unique_ptr<rapidjson::SchemaDocument>>> cache;
+  // Tests send requests from several threads; a made schema document is
+  // only read, and a map's entries stay where they are.
+  static std::mutex cacheMutex;
+  std::lock_guard<std::mutex> const lock(cacheMutex);
   auto& entry = cache[&schema];
   if (!entry.second) {
     entry.first = std::make_unique<Document>();
