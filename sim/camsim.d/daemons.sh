@@ -28,12 +28,14 @@ record_sim_programs() {
   rm -f -- "$(sim_programs_link)"
   local simd
   simd=$(sim_program orvo_simd)
-  ln -sfn -- "$(dirname -- "$(realpath -- "$simd")")" "$(sim_programs_link)"
+  simd=$(realpath -- "$simd")
+  ln -sfn -- "${simd%/*}" "$(sim_programs_link)"
 }
 
 daemon_dir() { echo "$CAMSIM_ROOT/sim/daemons"; }
 daemon_pid_file() { echo "$(daemon_dir)/$1.pid"; }
-daemon_socket() { echo "$CAMSIM_ROOT/run/orvo/$1.sock"; }
+DAEMON_SOCKET_DIR=run/orvo
+daemon_socket() { echo "$CAMSIM_ROOT/$DAEMON_SOCKET_DIR/$1.sock"; }
 
 # Prints the pid of the root's daemon <name> when it runs, else fails.
 running_daemon_pid() {  # <name>
@@ -49,23 +51,37 @@ running_daemon_pid() {  # <name>
 }
 
 start_daemon() {  # <name>
-  local name=$1 simd pid
-  if pid=$(running_daemon_pid "$name"); then
-    echo "$name: already running (pid $pid)"
+  local pid
+  if pid=$(running_daemon_pid "$1"); then
+    echo "$1: already running (pid $pid)"
     return 0
   fi
+  launch_daemon "$1"
+  await_daemon "$1" "$LAUNCHED_PID"
+}
+
+# Starts <name> in the background without waiting for its socket; its pid
+# is left in LAUNCHED_PID.
+LAUNCHED_PID=""
+launch_daemon() {  # <name>
+  local name=$1 simd dir
   simd=$(sim_program orvo_simd)
   [ -x "$simd" ] || die "$simd is not an executable"
-  mkdir -p -- "$(daemon_dir)"
-  rm -f -- "$(daemon_socket "$name")"
-  # Its own output goes to a log file: callers reading ours must not wait on
-  # it. It must not keep a restart's lock (descriptor 9) either.
+  dir=$(daemon_dir)
+  [ -d "$dir" ] || mkdir -p -- "$dir"
+  local socket="$CAMSIM_ROOT/$DAEMON_SOCKET_DIR/$name.sock"
+  if [ -e "$socket" ] || [ -L "$socket" ]; then rm -f -- "$socket"; fi
   ORVO_ROOT=$CAMSIM_ROOT "$simd" serve "$name" \
-    </dev/null >>"$(daemon_dir)/$name.log" 2>&1 9>&- &
-  pid=$!
-  echo "$pid" >"$(daemon_pid_file "$name")"
+    </dev/null >>"$dir/$name.log" 2>&1 9>&- &
+  LAUNCHED_PID=$!
+  echo "$LAUNCHED_PID" >"$dir/$name.pid"
+}
+
+# Waits until the daemon <name> (process <pid>) listens on its socket.
+await_daemon() {  # <name> <pid>
+  local name=$1 pid=$2 socket="$CAMSIM_ROOT/$DAEMON_SOCKET_DIR/$1.sock"
   local tries=$((DAEMON_START_WAIT_SECONDS * 20))
-  until [ -S "$(daemon_socket "$name")" ]; do
+  until [ -S "$socket" ]; do
     process_alive "$pid" && [ "$tries" -gt 0 ] || {
       tail -n 5 -- "$(daemon_dir)/$name.log" >&2
       die "$name did not start"
@@ -112,12 +128,20 @@ chosen_daemons() {
   if [ -f "$file" ]; then cat -- "$file"; else printf '%s\n' "${SIM_DAEMONS[@]}"; fi
 }
 
+# The daemons start side by side; then each is waited for.
 start_daemons() {
-  local daemon count=0
+  local daemon pid count=0
+  local -A launched=()
   while read -r daemon; do
-    start_daemon "$daemon" >/dev/null
     count=$((count + 1))
+    if ! pid=$(running_daemon_pid "$daemon"); then
+      launch_daemon "$daemon"
+      launched[$daemon]=$LAUNCHED_PID
+    fi
   done < <(chosen_daemons)
+  for daemon in "${!launched[@]}"; do
+    await_daemon "$daemon" "${launched[$daemon]}" >/dev/null
+  done
   echo "daemons: $count running" >&2
 }
 

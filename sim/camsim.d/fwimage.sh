@@ -72,6 +72,6 @@ fwupdate_control() {  # duration MS
   [ $# -eq 2 ] && [ "$1" = duration ] && [[ $2 =~ ^[0-9]{1,7}$ ]] ||
     die "ctl: usage: ctl [--root DIR] fwupdate duration MS"
   local file="$CAMSIM_ROOT/$FWUPDATE_DURATION_CONTROL"
-  mkdir -p -- "$(dirname -- "$file")"
+  mkdir -p -- "${file%/*}"
   printf '%s\n' "$2" >"$file.new" && mv -f -- "$file.new" "$file"
 }

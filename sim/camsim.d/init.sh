@@ -18,7 +18,7 @@ cmd_init() {
   if [ -e "$root" ] && [ ! -d "$root" ]; then
     die "init: $root exists and is not a directory"
   fi
-  if [ -d "$root" ] && [ -n "$(ls -A -- "$root")" ]; then
+  if [ -d "$root" ] && ! folder_is_empty "$root"; then
     $force || die "init: $root is not empty (use --force to recreate it)"
     # Never wipe a folder that init did not make.
     is_camera_root "$root" || die "init: $root is not a camera root, not removing it"

@@ -56,16 +56,24 @@ take_root() {
 }
 
 make_camera_folders() {  # <root>
-  local folder
-  for folder in "${CAMERA_FOLDERS[@]}"; do
-    mkdir -p -- "$1/$folder"
-  done
+  mkdir -p -- "${CAMERA_FOLDERS[@]/#/$1/}"
   # As on the device: everybody may write /tmp, nobody removes another's files.
   chmod 1777 -- "$1/tmp"
   touch -- "$1/var/log/messages" "$1/$ROOT_MARKER"
 }
 
 is_camera_root() { [ -f "$1/$ROOT_MARKER" ]; }
+
+# True when <folder> has no entries, hidden ones included (no process started).
+folder_is_empty() {  # <folder>
+  local -a entries
+  local options
+  options=$(shopt -p nullglob dotglob || true)
+  shopt -s nullglob dotglob
+  entries=("$1"/*)
+  eval "$options"
+  [ ${#entries[@]} -eq 0 ]
+}
 
 # The simulator's web server files, all inside the root.
 lighttpd_dir() { echo "$CAMSIM_ROOT/sim/lighttpd"; }

@@ -50,9 +50,9 @@ cmd_up() {
   [ -x "$cgi" ] || die "up: $cgi is not an executable"
   cgi=$(realpath -- "$cgi")
   # shellcheck disable=SC2034  # read by sim_program (lib.sh)
-  CAMSIM_PROGRAM_BUILD=$(dirname -- "$(dirname -- "$cgi")")
+  CAMSIM_PROGRAM_BUILD=${cgi%/*/*}
 
-  if [ ! -d "$CAMSIM_ROOT" ] || [ -z "$(ls -A -- "$CAMSIM_ROOT")" ]; then
+  if [ ! -d "$CAMSIM_ROOT" ] || folder_is_empty "$CAMSIM_ROOT"; then
     cmd_init --root "$CAMSIM_ROOT" >/dev/null
   fi
   # Never scatter the device's folders into a directory init did not make.
