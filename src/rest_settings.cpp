@@ -4,6 +4,7 @@
 #include "rest_settings.h"
 
 #include <iterator>
+#include <utility>
 #include <vector>
 
 #include "handlers.h"
@@ -110,8 +111,10 @@ bool readConfiguration(Variant& device, Variant& httpd) {
 }
 
 // The settings document from the answers (kept by question key) and the
-// configuration's "device" and "httpd" values.
-Variant settingsDocument(Variant& answers, Variant device, Variant const& httpd) {
+// configuration's "device" and "httpd" values. The parts are moved into the
+// document, not copied: the answers are the request's largest data, and a
+// second copy of them would set its peak memory.
+Variant settingsDocument(Variant& answers, Variant device, Variant httpd) {
   ChangeDeviceSettings deviceAnswer(answers["device"]);
   ChangeUsernamePassword credentialsAnswer(answers["credentials"]);
   device["name"] = deviceAnswer.name();
@@ -140,13 +143,13 @@ Variant settingsDocument(Variant& answers, Variant device, Variant const& httpd)
   controller["uuid"] = answers["avclient"].StringAt("uuid");
 
   Variant document;
-  document["device"] = device;
-  document["wifi"] = wifi;
-  document["net"] = net;
-  document["controller"] = controller;
-  document["httpd"] = httpd;
+  document["device"] = std::move(device);
+  document["wifi"] = std::move(wifi);
+  document["net"] = std::move(net);
+  document["controller"] = std::move(controller);
+  document["httpd"] = std::move(httpd);
   for (char const* section : {"isp", "av", "osd", "nvr", "analytics", "soundled"}) {
-    document[section] = answers[section];
+    document[section] = std::move(answers[section]);
   }
   return document;
 }
@@ -175,7 +178,7 @@ int handle_get(cgi::CGIResponse& response) {
   for (std::size_t i = 0; i < questions.size(); ++i) {
     answers[kQuestions[i].key] = batch.answer(questions[i]);
   }
-  Variant const document = settingsDocument(answers, device, httpd);
+  Variant const document = settingsDocument(answers, std::move(device), std::move(httpd));
   std::string text;
   if (!document.ToJSON(text, false)) {
     ORVO_LOG("handle_get", LOG_ERR, 0, "Failed to convert data to JSON");
