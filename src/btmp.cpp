@@ -10,6 +10,7 @@
 
 #include "rest_log.h"
 #include "orvo/utils/clock.h"
+#include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
 #include "session_db.h"
 
@@ -18,6 +19,10 @@ namespace orvo::rest::access {
 namespace {
 
 constexpr char kLogFile[] = "src/rest_login";
+// Writers of the record take no lock, so a temporary file beside it may be a
+// live writer's; one untouched this long belongs to a writer that was killed
+// (a rewrite of the few kept records takes milliseconds).
+constexpr unsigned kAbandonedTemporarySeconds = 600;
 
 // Copies at most `limit` bytes (and never more than the field holds); a
 // text that fills the field stays without terminator, as utmp allows.
@@ -98,6 +103,7 @@ bool loginLockedDown() {
 void appendEntry(orvo::cgi::CGIRequest const& request) {
   struct utmp entry =
       makeFailedLoginRecord(requestUser(request), request.RemoteAddress(), orvo::utils::moment());
+  orvo::utils::removeAbandonedTemporaries(btmpPath(), '-', kAbandonedTemporarySeconds);
   std::string temp = btmpPath() + "-XXXXXX";
   int fd = mkstemp(&temp[0]);
   if (fd < 0) {

@@ -45,6 +45,21 @@ TEST_F(AccessLockdown, RecordsCarryUserHostLineTypeAndTime) {
   EXPECT_EQ(utmpText(r.ut_id, sizeof r.ut_id), "");
 }
 
+// A writer killed between making its temporary copy and renaming it leaves
+// the copy behind; the next failure removes it once no live writer could own
+// it, and leaves a fresh one (a writer at work) alone.
+TEST_F(AccessLockdown, KilledWritersTemporaryRecordIsRemovedByALaterFailure) {
+  CameraRoot const& root = sharedRoot_;
+  root.write("/var/log/btmp-k1LLed", "half a copy");
+  root.age("/var/log/btmp-k1LLed", 601);
+  root.write("/var/log/btmp-L1ve00", "");
+  failLogins(root, 1);
+  EXPECT_FALSE(root.exists("/var/log/btmp-k1LLed"));
+  EXPECT_TRUE(root.exists("/var/log/btmp-L1ve00"));
+  EXPECT_EQ(readBtmp(root).size(), 1u);
+  root.remove("/var/log/btmp-L1ve00");
+}
+
 TEST_F(AccessLockdown, AbsentFileIsCreatedByTheFirstFailure) {
   CameraRoot const& root = sharedRoot_;
   ASSERT_FALSE(std::ifstream(root.file("/var/log/btmp")).good());

@@ -1,8 +1,11 @@
 #include "support/camera_root.h"
 
+#include <fcntl.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -98,6 +101,16 @@ void CameraRoot::write(std::string const& deviceAbsolutePath, std::string const&
 void CameraRoot::remove(std::string const& deviceAbsolutePath) const {
   std::error_code ignored;
   fs::remove(file(deviceAbsolutePath), ignored);
+}
+
+void CameraRoot::age(std::string const& deviceAbsolutePath, long seconds) const {
+  struct timespec times[2];
+  clock_gettime(CLOCK_REALTIME, &times[0]);
+  times[0].tv_sec -= seconds;
+  times[1] = times[0];
+  if (utimensat(AT_FDCWD, file(deviceAbsolutePath).c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) {
+    throw std::runtime_error("cannot set the time of " + file(deviceAbsolutePath));
+  }
 }
 
 CameraRoot const& processRoot(CameraRoot::Layout layout) {

@@ -43,6 +43,9 @@ class CameraRoot {
   // Writes the whole file (its folders made as needed).
   void write(std::string const& deviceAbsolutePath, std::string const& content) const;
   void remove(std::string const& deviceAbsolutePath) const;
+  // Sets the entry's last change `seconds` back in real time (file times do
+  // not follow the camera's clock); a link's own time, not its target's.
+  void age(std::string const& deviceAbsolutePath, long seconds) const;
 
  private:
   std::string path_;

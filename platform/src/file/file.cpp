@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <string>
 
 #include "orvo/utils/random.h"
@@ -159,29 +160,53 @@ bool replaceFileAtomically(std::string const& path, std::string const& text, mod
   return true;
 }
 
-int removeStaleTemporaries(std::string const& path) {
-  std::string const folder = folderOf(path);
+namespace {
+
+// True for the six letters and digits mkstemp puts in place of "XXXXXX".
+bool isGeneratedSuffix(char const* suffix) {
+  if (std::strlen(suffix) != kTemporaryRandomChars) return false;
+  for (char const* c = suffix; *c; ++c) {
+    if (!((*c >= 'a' && *c <= 'z') || (*c >= 'A' && *c <= 'Z') || (*c >= '0' && *c <= '9'))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Removes the entries "<base of path><separator><six generated characters>"
+// beside `path` for which `remove(folder fd, name)` is true.
+template <typename Predicate>
+int removeTemporariesOf(std::string const& path, char separator, Predicate remove) {
   std::string::size_type slash = path.rfind('/');
-  std::string const prefix = (slash == std::string::npos ? path : path.substr(slash + 1)) + ".";
-  std::size_t const suffixLength = sizeof kTemporarySuffix - 2;  // the six X's
-  DIR* dir = ::opendir(folder.c_str());
+  std::string const prefix = (slash == std::string::npos ? path : path.substr(slash + 1)) + separator;
+  DIR* dir = ::opendir(folderOf(path).c_str());
   if (!dir) return 0;
   int removed = 0;
   while (dirent* entry = ::readdir(dir)) {
     char const* name = entry->d_name;
-    if (std::strlen(name) != prefix.size() + suffixLength ||
-        std::strncmp(name, prefix.c_str(), prefix.size()) != 0) {
+    if (std::strncmp(name, prefix.c_str(), prefix.size()) != 0 ||
+        !isGeneratedSuffix(name + prefix.size()) || !remove(::dirfd(dir), name)) {
       continue;
     }
-    bool generated = true;  // mkstemp fills the X's with letters and digits
-    for (char const* c = name + prefix.size(); *c; ++c) {
-      generated = generated && ((*c >= 'a' && *c <= 'z') || (*c >= 'A' && *c <= 'Z') ||
-                                (*c >= '0' && *c <= '9'));
-    }
-    if (generated && ::unlinkat(::dirfd(dir), name, 0) == 0) ++removed;
+    if (::unlinkat(::dirfd(dir), name, 0) == 0) ++removed;
   }
   ::closedir(dir);
   return removed;
+}
+
+}  // namespace
+
+int removeStaleTemporaries(std::string const& path) {
+  return removeTemporariesOf(path, '.', [](int, char const*) { return true; });
+}
+
+int removeAbandonedTemporaries(std::string const& path, char separator, unsigned minimumAgeSeconds) {
+  time_t const now = ::time(nullptr);
+  return removeTemporariesOf(path, separator, [&](int folder, char const* name) {
+    struct stat info {};
+    return ::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(info.st_mode) &&
+           now - info.st_mtime >= static_cast<time_t>(minimumAgeSeconds);
+  });
 }
 
 }  // namespace utils

@@ -2,6 +2,7 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -85,4 +86,31 @@ TEST(RemoveStaleTemporaries, RemovesOnlyLeftoversOfThatFile) {
   EXPECT_EQ(entriesIn(root.file("/tmp")), 4);
   EXPECT_EQ(root.read("/tmp/sessions.db"), "{}");
   EXPECT_EQ(orvo::utils::removeStaleTemporaries(root.file("/tmp/none/x")), 0);
+}
+
+TEST(RemoveAbandonedTemporaries, RemovesOnlyOldRegularFilesOfThatPattern) {
+  Root root;
+  root.write("/var/log/btmp", "records");
+  root.write("/var/log/btmp-a1B2c3", "killed writer's");
+  root.age("/var/log/btmp-a1B2c3", 601);
+  root.write("/var/log/btmp-Zz9yX8", "kept: a live writer's, just written");
+  root.write("/var/log/btmp-ab-def", "kept: not generated");
+  root.age("/var/log/btmp-ab-def", 601);
+  root.write("/var/log/btmp.q1W2e3", "kept: another separator");
+  root.age("/var/log/btmp.q1W2e3", 601);
+  root.write("/var/log/target", "kept: what a link points to");
+  ASSERT_EQ(symlink(root.file("/var/log/target").c_str(), root.file("/var/log/btmp-L1nk00").c_str()), 0);
+  root.age("/var/log/btmp-L1nk00", 601);
+  ASSERT_EQ(mkdir(root.file("/var/log/btmp-D1r000").c_str(), 0700), 0);
+  root.age("/var/log/btmp-D1r000", 601);
+
+  EXPECT_EQ(orvo::utils::removeAbandonedTemporaries(root.file("/var/log/btmp"), '-', 600), 1);
+  EXPECT_EQ(entriesIn(root.file("/var/log")), 7);
+  EXPECT_FALSE(root.exists("/var/log/btmp-a1B2c3"));
+  EXPECT_TRUE(root.exists("/var/log/btmp-L1nk00"));
+  EXPECT_TRUE(root.exists("/var/log/btmp-D1r000"));
+  EXPECT_EQ(root.read("/var/log/btmp-Zz9yX8"), "kept: a live writer's, just written");
+  EXPECT_EQ(root.read("/var/log/target"), "kept: what a link points to");
+  EXPECT_EQ(root.read("/var/log/btmp"), "records");
+  EXPECT_EQ(orvo::utils::removeAbandonedTemporaries(root.file("/var/none/btmp"), '-', 600), 0);
 }

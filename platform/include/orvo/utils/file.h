@@ -36,5 +36,11 @@ bool replaceFileAtomically(std::string const& path, std::string const& text, mod
 // `path`: a live writer's temporary file looks the same.
 int removeStaleTemporaries(std::string const& path);
 
+// For writers that hold no lock: removes the temporary files beside `path`
+// named "<name><separator>XXXXXX" (mkstemp's pattern) that are regular files
+// last changed at least `minimumAgeSeconds` ago, longer than any live writer
+// takes; returns how many. Links and other entries are left alone.
+int removeAbandonedTemporaries(std::string const& path, char separator, unsigned minimumAgeSeconds);
+
 }  // namespace utils
 }  // namespace orvo
