@@ -1,7 +1,7 @@
 #include <strings.h>
+#include <unistd.h>
 
-#include <cstdio>
-
+#include "orvo/utils/file.h"
 #include "rest_log.h"
 #include "orvo_cgi.h"
 
@@ -37,8 +37,9 @@ int CGIResponse::Commit() {
   }
   out += "Connection: close\r\n\r\n";
   out += text;
-  std::fwrite(out.data(), 1, out.size(), stdout);
-  std::fflush(stdout);
+  // One write(2) of the whole answer: the program prints nothing else
+  // through stdio, so standard output's buffer is never set up.
+  orvo::utils::writeAll(STDOUT_FILENO, out);
   committed = true;
   return 0;
 }
