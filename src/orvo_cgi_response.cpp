@@ -37,8 +37,8 @@ int CGIResponse::Commit() {
   }
   out += "Connection: close\r\n\r\n";
   out += text;
-  // One write(2) of the whole answer: the program prints nothing else
-  // through stdio, so standard output's buffer is never set up.
+  // One write(2) of the whole answer, so standard output's stdio buffer is
+  // never set up (the redirect, the one stdio writer, flushes its own).
   orvo::utils::writeAll(STDOUT_FILENO, out);
   committed = true;
   return 0;
