@@ -69,6 +69,13 @@ TEST(AccessLoad, ConcurrentLoginsAndSessionRequestsThroughLighttpd) {
   std::mutex guard;
   std::vector<std::string> cookies = seeds;
   std::vector<std::string> failures;
+  // For requests that go unanswered, when each started and how long it
+  // waited tell one slow request from a stall of everything in flight.
+  auto const testStart = std::chrono::steady_clock::now();
+  auto msSince = [](std::chrono::steady_clock::time_point from) {
+    auto const elapsed = std::chrono::steady_clock::now() - from;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
+  };
   auto worker = [&] {
     for (int job = next++; job < jobs; job = next++) {
       if (job < kConcurrentLogins) {
@@ -78,10 +85,16 @@ TEST(AccessLoad, ConcurrentLoginsAndSessionRequestsThroughLighttpd) {
         if (response.status == 200) cookies.push_back(setCookieOf(response));
       } else {
         std::string const& id = seeds[job % seeds.size()];
+        auto const started = std::chrono::steady_clock::now();
+        auto const startedAtMs = msSince(testStart);
         HttpResponse response =
             camera.request({"GET", "/api/0.1/status", {"Cookie: authId=" + id}, std::nullopt});
         std::lock_guard<std::mutex> lock(guard);
         if (response.status == 401) failures.push_back("session refused: " + id);
+        if (response.status == 0) {
+          failures.push_back("status unanswered: started at " + std::to_string(startedAtMs) +
+                             " ms, gave up after " + std::to_string(msSince(started)) + " ms");
+        }
       }
     }
   };
@@ -89,7 +102,9 @@ TEST(AccessLoad, ConcurrentLoginsAndSessionRequestsThroughLighttpd) {
   for (int i = 0; i < kWorkers; ++i) workers.emplace_back(worker);
   for (auto& t : workers) t.join();
 
-  EXPECT_TRUE(failures.empty()) << failures.size() << " failures, first: " << failures.front();
+  std::string listed;
+  for (auto const& failure : failures) listed += "\n  " + failure;
+  EXPECT_TRUE(failures.empty()) << failures.size() << " failures:" << listed;
   EXPECT_EQ(cookies.size(), static_cast<std::size_t>(kSeedLogins + kConcurrentLogins));
   auto sessions = readSessions(camera.root());
   for (auto const& id : cookies) {
