@@ -25,6 +25,7 @@ function remember(section, address, size, file) {
   part[count] = part_now
   if (count > 1 && start[count] < start[count - 1]) {
     print "hot-layout: the map is not in address order at " section > "/dev/stderr"
+    failed = 1
     exit 1
   }
 }
@@ -42,15 +43,22 @@ function find(offset,    low, high, middle) {
   return 0
 }
 
+# An object file as a linker script names it: "libc.a:malloc.o" for an
+# archive member, "crtbeginS.o" for a file of its own.
+function object(file,    member) {
+  member = file
+  sub(/.*\//, "", member)
+  if (sub(/\(/, ":", member)) sub(/\)$/, "", member)
+  return member
+}
+
 # The pattern that places one input section. Our objects and libstdc++ are
 # built with a section per function and per variable: those are named
 # alone. The C library's sections are shared by all its members, and
 # generic names (".text.unlikely", ".rodata.str1.1") by all objects: those
 # are named with their object file.
 function pattern(section, file,    member) {
-  member = file
-  sub(/.*\//, "", member)
-  if (sub(/\(/, ":", member)) sub(/\)$/, "", member)
+  member = object(file)
   if (member !~ /^libc\.a:/ && section ~ /^\.(text|rodata|bss)\.[^.]/ &&
       section !~ /^\.[a-z]+\.(unlikely|startup|exit|hot|str[0-9.]*|cst[0-9]*)$/)
     return "*(" section ")"
@@ -88,9 +96,7 @@ function code(request, section, file,    member, family) {
 # lackey does not see. A function's own strings are named after it; the
 # rest of an object's (those of its tables, its constants) are the object's.
 function strings(request, section, file,    member, function_name) {
-  member = file
-  sub(/.*\//, "", member)
-  if (sub(/\(/, ":", member)) sub(/\)$/, "", member)
+  member = object(file)
   function_name = section
   if (member !~ /^libc\.a:/ && sub(/^\.text\.((unlikely|startup|exit|hot)\.)?/, "", function_name) &&
       function_name !~ /^(unlikely|startup|exit|hot)$/)
@@ -133,6 +139,7 @@ request == 0 { next }
 # What lackey cannot see: start-up code valgrind never runs. It gives the
 # program no vDSO, whose symbols the C library looks up and records at start.
 END {
+  if (failed) exit 1
   if (count == 0) { print "hot-layout: no input sections in the map" > "/dev/stderr"; exit 1 }
   split("dl-object.o dl-setup_hash.o dl-lookup.o pthread_mutex_lock.o pthread_mutex_unlock.o", vdso, " ")
   for (i = 1; i in vdso; i++) {
