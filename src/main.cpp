@@ -1,9 +1,6 @@
 // Program entry: the web server starts rest.cgi once per HTTP request.
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <string>
 
 #include "rest_log.h"
@@ -24,28 +21,6 @@ std::string baseName(char const* path) {
 }
 
 }  // namespace
-
-// Replaces the C++ library's default handler for an uncaught exception, whose
-// demangling of the exception's type name alone is about 50 KB of the static
-// program. The message names what() instead; the end is the same abort().
-namespace __gnu_cxx {
-void __verbose_terminate_handler() {
-  static char const kPrefix[] = "rest.cgi: terminate called after an uncaught exception";
-  ssize_t ignored = write(STDERR_FILENO, kPrefix, sizeof kPrefix - 1);
-  if (std::exception_ptr current = std::current_exception()) {
-    try {
-      std::rethrow_exception(current);
-    } catch (std::exception const& error) {
-      ignored = write(STDERR_FILENO, ": ", 2);
-      ignored = write(STDERR_FILENO, error.what(), std::strlen(error.what()));
-    } catch (...) {
-    }
-  }
-  ignored = write(STDERR_FILENO, "\n", 1);
-  (void)ignored;
-  std::abort();
-}
-}  // namespace __gnu_cxx
 
 int main(int argc, char** argv) {
   openlog("orvo_cgi", LOG_PID, LOG_LOCAL0);
