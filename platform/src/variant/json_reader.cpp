@@ -18,9 +18,11 @@ namespace variant {
 namespace {
 
 // Full precision is kept for the record: with numbers handed over as text,
-// the conversion is ours and always exact or correctly rounded.
+// the conversion is ours and always exact or correctly rounded. The reader
+// does not validate UTF-8 itself: the handlers check every decoded string
+// and key, which holds the raw bytes as they came and what escapes made of
+// them (a lone "\uDC00"), and bytes outside strings are a syntax error.
 constexpr unsigned kReaderFlags = rapidjson::kParseIterativeFlag |
-                                  rapidjson::kParseValidateEncodingFlag |
                                   rapidjson::kParseFullPrecisionFlag |
                                   rapidjson::kParseNumbersAsStringsFlag;
 
@@ -44,8 +46,6 @@ class VariantBuilder {
     return detail::NumberFromText(text, length, *NextSlot());
   }
   bool String(char const* text, rapidjson::SizeType length, bool) {
-    // The reader checks raw bytes; escapes such as a lone "\uDC00" decode to
-    // invalid UTF-8 and are refused here.
     if (!detail::IsValidUtf8(text, length)) return false;
     *NextSlot() = std::string(text, length);
     return true;

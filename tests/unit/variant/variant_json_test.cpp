@@ -139,6 +139,29 @@ TEST(VariantJsonRead, RawNulBytesAreRefused) {
   EXPECT_FALSE(v.FromJSON(nullptr, 0));
 }
 
+// Long ASCII runs are checked eight bytes at a time: a bad sequence is
+// refused and a good one kept wherever it falls, in strings and in keys.
+TEST(VariantJsonRead, Utf8IsCheckedAtEveryPositionOfALongString) {
+  std::string const ascii(40, 'a');
+  for (std::string const bad : {"\xFF", "\x80", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+                                "\xE2\x82"}) {
+    for (std::size_t at = 0; at <= ascii.size(); ++at) {
+      std::string const text = ascii.substr(0, at) + bad + ascii.substr(at);
+      Variant v;
+      EXPECT_FALSE(v.FromJSON("[\"" + text + "\"]")) << "string, byte " << at;
+      EXPECT_FALSE(v.FromJSON("{\"" + text + "\":1}")) << "key, byte " << at;
+    }
+  }
+  for (std::string const good : {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}) {
+    for (std::size_t at = 0; at <= ascii.size(); ++at) {
+      std::string const text = ascii.substr(0, at) + good + ascii.substr(at);
+      Variant v;
+      ASSERT_TRUE(v.FromJSON("[\"" + text + "\"]")) << "byte " << at;
+      EXPECT_EQ(static_cast<std::string const&>(v[0]), text);
+    }
+  }
+}
+
 TEST(VariantJsonRead, FailureLeavesTheValueEmpty) {
   Variant v;
   v["kept"] = 1;
