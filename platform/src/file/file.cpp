@@ -36,7 +36,11 @@ void syncFolder(std::string const& path) {
   ::close(fd);
 }
 
-bool readAllBounded(int fd, std::size_t limit, std::string& out) {
+// Reads to the end. `expected` (the size fstat gave; 0 when unknown) sizes
+// the text once: growing it chunk by chunk would copy a large file several
+// times over, each copy fresh memory.
+bool readAllBounded(int fd, std::size_t limit, std::size_t expected, std::string& out) {
+  if (expected > 0 && expected <= limit) out.reserve(expected);
   char chunk[kReadChunkBytes];
   for (;;) {
     ssize_t n = ::read(fd, chunk, sizeof chunk);
@@ -100,7 +104,7 @@ bool readFileBounded(std::string const& path, std::size_t limit, std::string& te
     errno = EFBIG;
     ok = false;
   }
-  ok = ok && readAllBounded(fd, limit, data);
+  ok = ok && readAllBounded(fd, limit, static_cast<std::size_t>(info.st_size), data);
   int err = errno;
   ::close(fd);
   errno = err;
@@ -109,8 +113,11 @@ bool readFileBounded(std::string const& path, std::size_t limit, std::string& te
 }
 
 bool readFdBounded(int fd, std::size_t limit, std::string& text) {
+  struct stat info {};
+  std::size_t expected = 0;
+  if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) expected = static_cast<std::size_t>(info.st_size);
   std::string data;
-  if (!readAllBounded(fd, limit, data)) return false;
+  if (!readAllBounded(fd, limit, expected, data)) return false;
   text.swap(data);
   return true;
 }

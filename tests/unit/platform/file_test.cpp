@@ -4,11 +4,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fcntl.h>
+
 #include <cerrno>
+#include <csignal>
+#include <string>
+#include <thread>
 
 #include "orvo/utils/file.h"
 #include "platform_test_support.h"
 
+using orvo::utils::readFdBounded;
 using orvo::utils::readFileBounded;
 using orvo::utils::replaceFileAtomically;
 using platformtest::Root;
@@ -31,6 +37,13 @@ mode_t modeOf(std::string const& path) {
   return info.st_mode & 07777;
 }
 
+// Text of `size` bytes that differs at every 16 KiB read and around it.
+std::string patterned(std::size_t size) {
+  std::string text(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) text[i] = static_cast<char>('a' + (i * 7 + i / 4096) % 26);
+  return text;
+}
+
 }  // namespace
 
 TEST(ReadFileBounded, ReadsUpToTheLimitAndRefusesMore) {
@@ -46,6 +59,48 @@ TEST(ReadFileBounded, ReadsUpToTheLimitAndRefusesMore) {
   EXPECT_EQ(text, "unchanged");
   EXPECT_FALSE(readFileBounded(root.file("/tmp/none"), 100, text));
   EXPECT_FALSE(readFileBounded(root.file("/tmp"), 100, text));  // a folder
+}
+
+// A file many reads long comes back whole, from its size (a regular file)
+// or without one (a pipe), and the limit holds for both.
+TEST(ReadFdBounded, ReadsLongFilesAndPipesWholeWithinTheLimit) {
+  Root root;
+  std::string const content = patterned(100003);
+  root.write("/tmp/long", content);
+  int fd = open(root.file("/tmp/long").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_GE(fd, 0);
+  std::string text;
+  EXPECT_TRUE(readFdBounded(fd, content.size(), text));
+  EXPECT_EQ(text, content);
+  close(fd);
+
+  signal(SIGPIPE, SIG_IGN);  // the writer of a refused pipe gets EPIPE instead
+  for (std::size_t limit : {content.size(), content.size() - 1}) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    std::thread writer([&] {
+      std::size_t done = 0;
+      while (done < content.size()) {
+        ssize_t n = write(ends[1], content.data() + done, content.size() - done);
+        if (n <= 0) break;
+        done += static_cast<std::size_t>(n);
+      }
+      close(ends[1]);
+    });
+    text = "unchanged";
+    errno = 0;
+    bool const read = readFdBounded(ends[0], limit, text);
+    close(ends[0]);
+    writer.join();
+    if (limit == content.size()) {
+      EXPECT_TRUE(read);
+      EXPECT_EQ(text, content);
+    } else {
+      EXPECT_FALSE(read);
+      EXPECT_EQ(errno, EFBIG);
+      EXPECT_EQ(text, "unchanged");
+    }
+  }
 }
 
 TEST(ReplaceFileAtomically, WritesNewFilesWithTheGivenModeAndKeepsExistingModes) {
