@@ -48,12 +48,16 @@ if [ ${#missing[@]} -gt 0 ]; then
   "${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
-# The Redocly CLI exactly as tools/openapi/package-lock.json pins it; the
-# copy of the lock file inside node_modules says which one is there.
-tools="$(cd "$(dirname "$0")/.." && pwd)/tools/openapi"
-if [ ! -x "$tools/node_modules/.bin/redocly" ] ||
-  ! cmp -s "$tools/package-lock.json" "$tools/node_modules/.installed-lock.json"; then
-  echo "installing: the npm packages of tools/openapi" >&2
-  (cd "$tools" && npm ci --prefer-offline --no-audit --no-fund --ignore-scripts >/dev/null)
-  cp "$tools/package-lock.json" "$tools/node_modules/.installed-lock.json"
-fi
+# The npm tools exactly as each folder's package-lock.json pins them: the
+# Redocly CLI (tools/openapi) and playwright-core with axe-core for the
+# browser tests (tools/browser; it drives Debian's chromium and downloads no
+# browser). The copy of the lock file inside node_modules says which one is there.
+repo="$(cd "$(dirname "$0")/.." && pwd)"
+for tools in "$repo/tools/openapi" "$repo/tools/browser"; do
+  if ! cmp -s "$tools/package-lock.json" "$tools/node_modules/.installed-lock.json"; then
+    echo "installing: the npm packages of ${tools#"$repo"/}" >&2
+    (cd "$tools" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 \
+      npm ci --prefer-offline --no-audit --no-fund --ignore-scripts >/dev/null)
+    cp "$tools/package-lock.json" "$tools/node_modules/.installed-lock.json"
+  fi
+done
