@@ -16,7 +16,7 @@ ExpiryFormat formatCookieExpiry(time_t expiry, std::string& text) {
 
 std::string sessionCookie(std::string const& id, std::string const& expires) {
   return "authId=" + id + "; Path=/; Expires=" + expires +
-         "; Max-Age=" + std::to_string(kCookieMaxAgeSeconds) + "; Version=1; HttpOnly";
+         "; Max-Age=" + std::to_string(kCookieMaxAgeSeconds) + "; Version=1; HttpOnly; SameSite=Strict";
 }
 
 }  // namespace orvo::rest::access

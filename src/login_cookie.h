@@ -15,7 +15,9 @@ enum class ExpiryFormat { kOk, kCalendarFailed, kFormatFailed };
 
 // The cookie's "Expires" text for the wall-clock time `expiry` (UTC).
 ExpiryFormat formatCookieExpiry(time_t expiry, std::string& text);
-// "authId=<id>; Path=/; Expires=<expires>; Max-Age=86400; Version=1; HttpOnly"
+// "authId=<id>; Path=/; Expires=<expires>; Max-Age=86400; Version=1; HttpOnly;
+// SameSite=Strict": a browser never sends it along with a request that a page
+// of another site starts.
 std::string sessionCookie(std::string const& id, std::string const& expires);
 
 }  // namespace orvo::rest::access

@@ -20,6 +20,7 @@ namespace cgi {
 constexpr char kHttpOk[] = "200";
 constexpr char kHttpBadRequest[] = "400";
 constexpr char kHttpUnauthorized[] = "401";
+constexpr char kHttpForbidden[] = "403";
 constexpr char kHttpNotFound[] = "404";
 constexpr char kHttpMethodNotAllowed[] = "405";
 constexpr char kHttpLocked[] = "423";
@@ -119,6 +120,8 @@ class CGIResponse {
   void SetHttpHeader(std::string const& name, std::string const& value);
   // The "Status" header: one of the kHttp* statuses.
   void SetStatus(char const* status) { SetHttpHeader("Status", status); }
+  // The "Status" header as it stands ("" before any was set).
+  std::string Status() const;
   // Writes headers and body to standard output, once; always returns 0.
   int Commit();
   // Commit(), then release the CGI library handle.

@@ -21,6 +21,11 @@ void CGIResponse::SetHttpHeader(std::string const& name, std::string const& valu
   headers[name] = value;
 }
 
+std::string CGIResponse::Status() const {
+  auto const found = headers.find("Status");
+  return found == headers.end() ? std::string() : found->second;
+}
+
 int CGIResponse::Commit() {
   if (committed) return 0;
   std::string const& text = body.str();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cross_site.h"
 #include "handlers.h"
 #include "rest_log.h"
 #include "rest_auth.h"
@@ -9,6 +10,18 @@
 namespace {
 namespace cgi = orvo::cgi;
 constexpr char kLogFile[] = "src/rest";
+// 403 with an empty body, before any credential is looked at.
+bool refusedAsCrossSite(std::string const& endpoint, CGIResponse& response) {
+  orvo::rest::RequestSource const source = orvo::rest::requestSourceFromEnvironment();
+  if (!orvo::rest::isCrossSite(source)) return false;
+  ORVO_LOG("processRestRequest", LOG_WARNING, 0,
+           "Cross-site request to '%s' refused (Sec-Fetch-Site '%s', Origin '%s', Host '%s')",
+           endpoint.c_str(), source.fetchSite ? source.fetchSite : "",
+           source.origin ? source.origin : "", source.host ? source.host : "");
+  response.SetStatus(cgi::kHttpForbidden);
+  return true;
+}
+
 }  // namespace
 
 bool splitRestRequest(std::string const& request, RestRequestPath& path) {
@@ -38,26 +51,28 @@ void buildRestRegistry(RestRegistry& registry) {
   std::vector<std::string> const since11 = {"1.2", "1.1"};
   std::vector<std::string> const only12 = {"1.2"};
   uint32_t const passwordSessionToken = kAuthPassword | kAuthSession | kAuthToken;
+  StateChange const readOnly = StateChange::kReadOnly;
+  StateChange const changes = StateChange::kChanges;
 
-  registry["ap"] = {rest_ap_main, all, {session}, kAuthSession};
-  registry["connect"] = {rest_connect_main, since10, {password, session, token}, passwordSessionToken};
-  registry["check"] = {rest_check_main, since10, {session}, kAuthSession};
-  registry["firmware"] = {rest_firmware_main, since10, {session}, kAuthSession};
-  registry["login"] = {rest_login_main, all, {none}, kAuthNone};
-  registry["logout"] = {rest_login_main, since10, {none}, kAuthNone};
-  registry["reboot"] = {rest_reboot_main, since10, {session}, kAuthSession};
-  registry["reset"] = {rest_reset_main, since10, {session}, kAuthSession};
-  registry["reset_image"] = {rest_reset_image_main, since11, {session}, kAuthSession};
-  registry["manage"] = {rest_manage_main, only12, {password, session, token}, passwordSessionToken};
-  registry["services"] = {rest_services_main, only12, {session}, kAuthSession};
-  registry["settings"] = {rest_settings_main, since10, {session}, kAuthSession};
-  registry["setup"] = {rest_setup_main, all, {session}, kAuthSession};
-  registry["snapshot"] = {rest_snapshot_main, since10, {password, session, token}, passwordSessionToken};
-  registry["status"] = {rest_status_main, all, {session}, kAuthSession};
-  registry["support"] = {rest_support_main, since10, {session}, kAuthSession};
-  registry["syslog"] = {rest_syslog_main, since10, {session}, kAuthSession};
-  registry["upgrade"] = {rest_upgrade_main, since10, {session}, kAuthSession};
-  registry["version"] = {rest_version_main, since10, {none}, kAuthNone};
+  registry["ap"] = {rest_ap_main, all, {session}, kAuthSession, changes};
+  registry["connect"] = {rest_connect_main, since10, {password, session, token}, passwordSessionToken, changes};
+  registry["check"] = {rest_check_main, since10, {session}, kAuthSession, changes};
+  registry["firmware"] = {rest_firmware_main, since10, {session}, kAuthSession, changes};
+  registry["login"] = {rest_login_main, all, {none}, kAuthNone, changes};
+  registry["logout"] = {rest_login_main, since10, {none}, kAuthNone, changes};
+  registry["reboot"] = {rest_reboot_main, since10, {session}, kAuthSession, changes};
+  registry["reset"] = {rest_reset_main, since10, {session}, kAuthSession, changes};
+  registry["reset_image"] = {rest_reset_image_main, since11, {session}, kAuthSession, changes};
+  registry["manage"] = {rest_manage_main, only12, {password, session, token}, passwordSessionToken, changes};
+  registry["services"] = {rest_services_main, only12, {session}, kAuthSession, changes};
+  registry["settings"] = {rest_settings_main, since10, {session}, kAuthSession, changes};
+  registry["setup"] = {rest_setup_main, all, {session}, kAuthSession, changes};
+  registry["snapshot"] = {rest_snapshot_main, since10, {password, session, token}, passwordSessionToken, readOnly};
+  registry["status"] = {rest_status_main, all, {session}, kAuthSession, readOnly};
+  registry["support"] = {rest_support_main, since10, {session}, kAuthSession, readOnly};
+  registry["syslog"] = {rest_syslog_main, since10, {session}, kAuthSession, readOnly};
+  registry["upgrade"] = {rest_upgrade_main, since10, {session}, kAuthSession, changes};
+  registry["version"] = {rest_version_main, since10, {none}, kAuthNone, readOnly};
 }
 
 int processRestRequest(std::string const& request) {
@@ -95,14 +110,21 @@ int processRestRequest(std::string const& request) {
              path.version.c_str());
     return -1;
   }
+  if (entry.stateChange == StateChange::kChanges && refusedAsCrossSite(path.endpoint, response)) {
+    return -1;
+  }
+  // A password refused because of the login lockdown answers 423, whatever
+  // the authenticators after it leave.
+  bool lockedOut = false;
   for (RestAuthenticator authenticate : entry.authenticators) {
     if (authenticate(cgiRequest, response, path.version, path.endpoint, path.rest)) {
       return entry.handler(cgiRequest, response, path.version, path.endpoint, path.rest);
     }
+    lockedOut = lockedOut || response.Status() == cgi::kHttpLocked;
   }
   ORVO_LOG("authenticate", LOG_INFO, 0, "No way to authenticate the request: Method '%s', remote addr '%s'",
               cgiRequest.Method().c_str(), cgiRequest.RemoteAddress().c_str());
   ORVO_LOG("processRestRequest", LOG_ERR, 0, "Not yet authenticated to process '%s' request", path.endpoint.c_str());
-  response.SetStatus(cgi::kHttpUnauthorized);
+  response.SetStatus(lockedOut ? cgi::kHttpLocked : cgi::kHttpUnauthorized);
   return -1;
 }

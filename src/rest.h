@@ -27,11 +27,16 @@ enum AuthMethod : uint32_t {
   kAuthSession = 16,
 };
 
+// Whether an endpoint can change the camera (for any of its methods): such
+// an endpoint refuses a request that a browser marks as cross-site.
+enum class StateChange : bool { kReadOnly = false, kChanges = true };
+
 struct RestEntry {
   RestHandler handler;
   std::vector<std::string> versions;
   std::vector<RestAuthenticator> authenticators;
   uint32_t authMask;
+  StateChange stateChange;
 };
 
 using RestRegistry = std::map<std::string, RestEntry>;

@@ -1,6 +1,7 @@
 #include "rest_auth.h"
 
 #include "btmp.h"
+#include "log_redact.h"
 #include "messages/device.h"
 #include "orvo/utils/account.h"
 #include "orvo/utils/mutex.h"
@@ -126,7 +127,8 @@ bool AuthTokenAuthentication(CGIRequest const& request) {
   std::string const& text = *token;
   bool ok = false;
   if (orvo::utils::authenticateToken(text, ok) != 0 || !ok) {
-    ORVO_LOG(fn, LOG_ERR, 0, "authToken '%s' check failure", text.c_str());
+    // The refused token is never echoed: it may be a near miss of the real one.
+    ORVO_LOG(fn, LOG_ERR, 0, "authToken '%s' check failure", kSecretMask);
     return false;
   }
   clearFailedLogins(kLogFile, fn);
@@ -142,9 +144,20 @@ bool AuthenticateNone(CGIRequest const&, CGIResponse&, std::string const&, std::
   return true;
 }
 
-bool AuthenticateByPassword(CGIRequest const& request, CGIResponse&, std::string const&,
+// The login lockdown holds for every password check: a guess on `snapshot`,
+// `manage` or `connect` counts as a failed login, and during a lockdown no
+// password is checked at all (so a right guess cannot lift it either).
+bool AuthenticateByPassword(CGIRequest const& request, CGIResponse& response, std::string const&,
                             std::string const&, std::string const&) {
-  return PasswordAuthentication(request);
+  bool const guess = bodyString(request, "username") && bodyString(request, "password");
+  if (guess && loginLockedDown()) {
+    ORVO_LOG("AuthenticateByPassword", LOG_WARNING, 0, "Password check refused during lockdown");
+    response.SetStatus(orvo::cgi::kHttpLocked);
+    return false;
+  }
+  if (PasswordAuthentication(request)) return true;
+  if (guess) appendEntry(request);
+  return false;
 }
 
 bool AuthenticateByAuthToken(CGIRequest const& request, CGIResponse& response, std::string const&,

@@ -5,7 +5,9 @@
 
 bool AuthenticateNone(CGIRequest const& request, CGIResponse& response, std::string const& version,
                       std::string const& endpoint, std::string const& rest);
-// The password authenticator of the registry: PasswordAuthentication(request).
+// The password authenticator of the registry: PasswordAuthentication(request)
+// under the login lockdown. A wrong password is recorded as a failed login;
+// during a lockdown it refuses without checking and leaves 423.
 bool AuthenticateByPassword(CGIRequest const& request, CGIResponse& response,
                             std::string const& version, std::string const& endpoint,
                             std::string const& rest);

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "handlers.h"
+#include "log_redact.h"
 #include "messages/daemons.h"
 #include "messages/device.h"
 #include "messages/network.h"
@@ -30,36 +31,34 @@ Variant const* containerAt(Variant const& body, char const* path) {
 }
 
 // The host at `index` of an array or of an object (members in key order).
-std::string hostAt(Variant const& hosts, std::size_t index) {
-  Variant const* host = nullptr;
-  if (hosts.Type() == orvo::variant::VT_ARRAY) {
-    host = &hosts.Elements()[index];
-  } else {
-    host = &std::next(hosts.str_begin(), static_cast<long>(index))->second;
-  }
-  if (host->Type() == orvo::variant::VT_STRING) return static_cast<std::string const&>(*host);
-  return host->ToString();
+Variant const& hostAt(Variant const& hosts, std::size_t index) {
+  if (hosts.Type() == orvo::variant::VT_ARRAY) return hosts.Elements()[index];
+  return std::next(hosts.str_begin(), static_cast<long>(index))->second;
 }
 
 }  // namespace
 
-// The URL made of the protocol and the host must parse and use "wss". The
-// emptiness test looks at the URL, which always holds "://"; an empty host
-// is left to the parser.
-bool connection_host_valid(std::string const& protocol, std::string const& host) {
-  std::string const url = protocol + "://" + host;
+// The URL made of the protocol (checked before: exactly "wss") and the host
+// must parse. The emptiness test
+// looks at the URL, which always holds "://"; an empty host is left to the
+// parser. A host that is not a string is no URL at all: passed on, the
+// management client would get it as it came.
+bool connection_host_valid(std::string const& protocol, Variant const& host) {
+  bool const isText = host.Type() == orvo::variant::VT_STRING;
+  std::string text;
+  if (isText) {
+    text = static_cast<std::string const&>(host);
+  } else {
+    host.ToJSON(text, false);
+  }
+  std::string const url = protocol + "://" + text;
   if (url.empty()) {
     ORVO_LOG("connection_host_valid", LOG_ERR, 0, "Input host empty");
     return false;
   }
   orvo::variant::URI uri;
-  if (!orvo::variant::URI::FromString(url, false, uri)) {
+  if (!isText || !orvo::variant::URI::FromString(url, false, uri)) {
     ORVO_LOG("connection_host_valid", LOG_ERR, 0, "Invalid URL (%s)", url.c_str());
-    return false;
-  }
-  if (uri.scheme != kRequiredScheme) {
-    ORVO_LOG("connection_host_valid", LOG_ERR, 0, "Unsupported protocol (%s)",
-             uri.scheme.c_str());
     return false;
   }
   return true;
@@ -78,6 +77,12 @@ bool request_data_valid(Variant const& body) {
   std::string const protocol = body.StringAt("mgmt/protocol");
   if (protocol.empty()) {
     ORVO_LOG("request_data_valid", LOG_ERR, 0, "empty 'protocol' received");
+    return false;
+  }
+  // The protocol is the scheme alone: "wss://evil/" would otherwise make
+  // "wss://evil/://<host>", a valid "wss" URL to a host of the sender's choice.
+  if (protocol != kRequiredScheme) {
+    ORVO_LOG("request_data_valid", LOG_ERR, 0, "Unsupported protocol (%s)", protocol.c_str());
     return false;
   }
   Variant const* hosts = containerAt(body, "mgmt/hosts");
@@ -147,10 +152,8 @@ bool pass_adoption_info_to_avclient(Variant const& body) {
                              kAdoptLimitMs)) {
     return true;
   }
-  std::string text;
-  reply.ToJSON(text, false);
   ORVO_LOG("pass_adoption_info_to_avclient", LOG_INFO, 0, "rest_manage: avclient respond '%s'",
-           text.c_str());
+           loggableJson(reply).c_str());
   return false;
 }
 
@@ -179,9 +182,8 @@ ORVO_REST_HANDLER(rest_manage_main) {
   }
   Variant const& body = request.Json();
   if (!request_data_valid(body)) {
-    std::string text;
-    body.ToJSON(text, false);
-    ORVO_LOG("rest_manage_main", LOG_INFO, 0, "request data %s", text.c_str());
+    ORVO_LOG("rest_manage_main", LOG_INFO, 0, "request data %s",
+             orvo::rest::loggableJson(body).c_str());
     response.SetStatus(orvo::cgi::kHttpBadRequest);
     return response.Commit();
   }

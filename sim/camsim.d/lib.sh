@@ -60,6 +60,8 @@ make_camera_folders() {  # <root>
   # As on the device: everybody may write /tmp, nobody removes another's files.
   chmod 1777 -- "$1/tmp"
   touch -- "$1/var/log/messages" "$1/$ROOT_MARKER"
+  # The log holds what users sent; only the camera's own group may read it.
+  chmod 0640 -- "$1/var/log/messages"
 }
 
 is_camera_root() { [ -f "$1/$ROOT_MARKER" ]; }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "messages/daemons.h"
 #include "orvo/utils/account.h"
 #include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
@@ -23,6 +24,11 @@ constexpr char const* kSecretNames[] = {"key", "psk", "wepkey", "token"};
 // ... or containing one of these.
 constexpr char const* kSecretParts[] = {"password", "passwd", "passphrase", "secret",
                                         "token",    "hash",   "privatekey", "private_key"};
+// Names whose values are hunted in every text: containing one of these.
+constexpr char const* kCredentialParts[] = {"password", "passwd", "passphrase", "secret",
+                                            "token",    "psk",    "wepkey",     "privatekey"};
+// Where the daemons and the management client keep what they hold.
+constexpr char kAvclientState[] = "/etc/avclient_state.json";
 
 std::string lowered(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
@@ -54,6 +60,23 @@ void blankSecrets(Variant& value) {
   }
 }
 
+// Every non-empty string under a credential member, at any depth.
+void collectCredentials(Variant const& value, std::vector<std::string>& out) {
+  for (Variant const& element : value.Elements()) collectCredentials(element, out);
+  for (auto it = value.str_begin(); it != value.str_end(); ++it) {
+    if (Redactor::credentialKey(it->first) && it->second.Type() == orvo::variant::VT_STRING) {
+      out.push_back(it->second);
+    } else {
+      collectCredentials(it->second, out);
+    }
+  }
+}
+
+void collectCredentialsOf(std::string const& devicePathOfFile, std::vector<std::string>& out) {
+  Variant document;
+  if (document.FromJSON(readOrEmpty(devicePathOfFile.c_str()))) collectCredentials(document, out);
+}
+
 }  // namespace
 
 Redactor Redactor::fromCamera() {
@@ -69,16 +92,23 @@ Redactor Redactor::fromCamera() {
       secrets.push_back(it->first);
     }
   }
+  for (char const* daemon : orvo::daemons::kAll) {
+    collectCredentialsOf(std::string("/sim/state/") + daemon + ".json", secrets);
+  }
+  collectCredentialsOf(kAvclientState, secrets);
   return Redactor(std::move(secrets));
 }
 
 Redactor::Redactor(std::vector<std::string> secrets) {
   for (std::string& secret : secrets) {
-    if (secret.size() >= kMinSecretBytes) secrets_.push_back(std::move(secret));
+    if (!secret.empty()) secrets_.push_back(std::move(secret));
   }
   // Longest first, so a secret holding another is cut whole.
   std::sort(secrets_.begin(), secrets_.end(),
-            [](std::string const& a, std::string const& b) { return a.size() > b.size(); });
+            [](std::string const& a, std::string const& b) {
+              return a.size() != b.size() ? a.size() > b.size() : a < b;
+            });
+  secrets_.erase(std::unique(secrets_.begin(), secrets_.end()), secrets_.end());
 }
 
 std::string Redactor::text(std::string const& text) const {
@@ -107,6 +137,14 @@ bool Redactor::secretKey(std::string const& name) {
     if (key == exact) return true;
   }
   for (char const* part : kSecretParts) {
+    if (key.find(part) != std::string::npos) return true;
+  }
+  return false;
+}
+
+bool Redactor::credentialKey(std::string const& name) {
+  std::string const key = lowered(name);
+  for (char const* part : kCredentialParts) {
     if (key.find(part) != std::string::npos) return true;
   }
   return false;

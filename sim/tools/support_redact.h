@@ -11,12 +11,11 @@ class Redactor {
  public:
   // Marks what stands where a secret was.
   static constexpr char kRemoved[] = "(removed)";
-  // Shorter strings are not hunted in free text: they would cut ordinary
-  // words. Every live secret of the camera is much longer.
-  static constexpr std::size_t kMinSecretBytes = 8;
-
   // Knows the camera's live secrets: the account's password hash, the auth
-  // token and the ids of the sessions in the session database.
+  // token, the ids of the sessions in the session database, and every
+  // credential the daemons hold (wireless passphrases, the adoption token).
+  // Each is cut at any length: a short secret costs readability, never
+  // the secret.
   static Redactor fromCamera();
   explicit Redactor(std::vector<std::string> secrets);
 
@@ -28,6 +27,9 @@ class Redactor {
 
   // Whether a member of this name holds a secret ("rtspPassword", "psk").
   static bool secretKey(std::string const& name);
+  // Whether such a member's value is a credential to hunt in free text too
+  // ("key", for one, names a key management, not a key).
+  static bool credentialKey(std::string const& name);
 
  private:
   std::vector<std::string> secrets_;

@@ -31,7 +31,7 @@ TEST_F(AccessHttp, LoginAnswersTheStatusDocumentAndOpensTheSession) {
   EXPECT_EQ(answer.header("Content-Type"), "application/json");
   std::string cookie = answer.header("Set-Cookie").value_or("");
   EXPECT_TRUE(std::regex_match(cookie, std::regex("authId=[A-Za-z0-9]{32}; Path=/; Expires=.* GMT; "
-                                                  "Max-Age=86400; Version=1; HttpOnly")))
+                                                  "Max-Age=86400; Version=1; HttpOnly; SameSite=Strict")))
       << cookie;
   std::string id = cookieId(cookie);
   HttpResponse status = camera.request({"GET", "/api/1.2/status", {"Cookie: authId=" + id}, {}});

@@ -143,6 +143,63 @@ TEST_F(AccessLockdown, CorrectPasswordAfterTheWindowEmptiesTheFile) {
   EXPECT_EQ(readBtmp(root).size(), 1u);
 }
 
+// Every endpoint that takes a password takes part in the lockdown: a wrong
+// guess there is a failed login, and during a lockdown nothing is checked.
+constexpr char const* kPasswordEndpoints[] = {"1.2/snapshot", "1.2/manage", "1.2/connect"};
+
+CgiResult guess(CameraRoot const& root, char const* id, std::string const& password) {
+  return callCgi(root, {"POST", id, credentials("admin", password), "10.1.2.3", ""});
+}
+
+TEST_F(AccessLockdown, WrongPasswordOnEveryPasswordEndpointIsAFailedLogin) {
+  CameraRoot const& root = sharedRoot_;
+  failLogins(root, 2);
+  for (char const* id : kPasswordEndpoints) {
+    CgiResult answer = guess(root, id, "guess");
+    EXPECT_EQ(answer.status, "401") << id;
+    EXPECT_EQ(answer.body, "") << id;
+  }
+  auto records = readBtmp(root);
+  ASSERT_EQ(records.size(), 5u);
+  EXPECT_EQ(utmpText(records[4].ut_user, sizeof records[4].ut_user), "admin");
+  EXPECT_EQ(utmpText(records[4].ut_host, sizeof records[4].ut_host), "10.1.2.3");
+  // Five failures, wherever they were made, lock the login.
+  EXPECT_EQ(login(root, credentials("admin", "admin")).status, "423");
+}
+
+TEST_F(AccessLockdown, PasswordEndpointsRefuseDuringALockdownWithoutChecking) {
+  CameraRoot const& root = sharedRoot_;
+  failLogins(root, 5);
+  std::string const btmpBefore = root.read("/var/log/btmp");
+  for (char const* id : kPasswordEndpoints) {
+    for (char const* password : {"admin", "guess"}) {
+      LogMark const mark(root);
+      CgiResult answer = guess(root, id, password);
+      EXPECT_EQ(answer.status, "423") << id << " " << password;
+      EXPECT_EQ(answer.body, "") << id;
+      EXPECT_EQ(mark.count("Password check refused during lockdown"), 1u) << id;
+      EXPECT_EQ(mark.count("Password check failure"), 0u) << id;
+      EXPECT_EQ(mark.count("No way to authenticate the request"), 1u) << id;
+    }
+  }
+  // The right password lifted nothing, and no guess was recorded.
+  EXPECT_EQ(root.read("/var/log/btmp"), btmpBefore);
+  EXPECT_EQ(login(root, credentials("admin", "admin")).status, "423");
+  // Once the window is over, the right password opens the endpoint again.
+  moveClock("+301");
+  EXPECT_EQ(guess(root, "1.2/connect", "admin").status, "500");  // past the check: no daemon here
+  EXPECT_EQ(root.read("/var/log/btmp"), "");
+}
+
+TEST_F(AccessLockdown, RequestWithoutAPasswordIsNoGuess) {
+  CameraRoot const& root = sharedRoot_;
+  failLogins(root, 5);
+  CgiResult answer = callCgi(root, {"POST", "1.2/snapshot", "{}", "10.1.2.3", ""});
+  EXPECT_EQ(answer.status, "401");
+  EXPECT_EQ(readBtmp(root).size(), 5u);
+  EXPECT_EQ(countLogged("Password check refused during lockdown"), 0u);
+}
+
 }  // namespace
 }  // namespace test
 }  // namespace orvo

@@ -45,7 +45,7 @@ TEST_F(AccessLogin, SetsTheCookieAndStoresTheSession) {
   std::regex shape(
       "authId=([A-Za-z0-9]{32}); Path=/; Expires=((Mon|Tue|Wed|Thu|Fri|Sat|Sun), [0-9]{2} "
       "(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2} "
-      "GMT); Max-Age=86400; Version=1; HttpOnly");
+      "GMT); Max-Age=86400; Version=1; HttpOnly; SameSite=Strict");
   ASSERT_TRUE(std::regex_match(cookie, match, shape)) << cookie;
   time_t expires = parseCookieDate(match[2]);
   EXPECT_GE(expires, static_cast<time_t>(before / 1000) + 86400);

@@ -44,6 +44,9 @@ TEST(CamsimInit, MakesTheDeviceFoldersAndAnEmptyLog) {
   }
   EXPECT_TRUE(fs::is_regular_file(root.file("/var/log/messages")));
   EXPECT_EQ(fs::file_size(root.file("/var/log/messages")), 0u);
+  // What users sent lands in the log: nobody outside the camera's group reads it.
+  EXPECT_EQ(fs::status(root.file("/var/log/messages")).permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
 }
 
 TEST(CamsimInit, RefusesARootThatIsNotEmpty) {

@@ -196,9 +196,27 @@ TEST_F(ProvisioningCgi, ManageRefusesEveryInvalidRequestWith400) {
       {R"("mgmt":{"protocol":"wss","hosts":"ctl.example.com"})",
        {"err orvo_cgi: src/rest_manage:request_data_valid: no 'hosts' found"}},
       {R"("mgmt":{"protocol":"ws","hosts":["ctl.example.com"]})",
-       {"err orvo_cgi: src/rest_manage:connection_host_valid: Unsupported protocol (ws)"}},
+       {"err orvo_cgi: src/rest_manage:request_data_valid: Unsupported protocol (ws)"}},
       {R"("mgmt":{"protocol":"https","hosts":["ok.example.com"]})",
-       {"err orvo_cgi: src/rest_manage:connection_host_valid: Unsupported protocol (https)"}},
+       {"err orvo_cgi: src/rest_manage:request_data_valid: Unsupported protocol (https)"}},
+      // A protocol carrying a host of its own, with or without hosts to go with it.
+      {R"("mgmt":{"protocol":"wss://evil/","hosts":["a"]})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: Unsupported protocol (wss://evil/)"}},
+      {R"("mgmt":{"protocol":"wss://evil.example.net","hosts":[]})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: Unsupported protocol (wss://evil.example.net)"}},
+      {R"("mgmt":{"protocol":"WSS","hosts":["a"]})",
+       {"err orvo_cgi: src/rest_manage:request_data_valid: Unsupported protocol (WSS)"}},
+      // Hosts that are no strings are never passed on as they came.
+      {R"("mgmt":{"protocol":"wss","hosts":[null]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://null)"}},
+      {R"("mgmt":{"protocol":"wss","hosts":["ctl.example.com",1]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://1)"}},
+      {R"("mgmt":{"protocol":"wss","hosts":[true]})",
+       {"err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://true)"}},
+      {R"("mgmt":{"protocol":"wss","hosts":[["a"]]})",
+       {R"(err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://["a"]))"}},
+      {R"("mgmt":{"protocol":"wss","hosts":{"first":{"h":"a"}}})",
+       {R"(err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://{"h":"a"}))"}},
       {R"("mgmt":{"protocol":"wss","hosts":["good.example.com",""]})",
        {"err orvo_cgi: src/rest_manage:connection_host_valid: Invalid URL (wss://)"}},
       {R"("mgmt":{"protocol":"wss","hosts":["bad host"]})",
@@ -219,7 +237,12 @@ TEST_F(ProvisioningCgi, ManageRefusesEveryInvalidRequestWith400) {
     EXPECT_EQ(answer.status, "400") << refusal.members;
     EXPECT_EQ(answer.body, "") << refusal.members;
     std::string const body = "{" + std::string(kAdmin) + "," + refusal.members + "}";
+    // Credentials are masked in the logged body, wherever they are.
     Variant parsedBody = parsed(body);
+    parsedBody["password"] = "********";
+    if (Variant* wifiPassword = parsedBody.GetKeyChain(orvo::variant::VT_ANY, "wifi/password", false)) {
+      *wifiPassword = "********";
+    }
     Lines expected;
     for (std::string const& record : refusal.records) expected.push_back("rest_manage " + record);
     expected.push_back("rest_manage info orvo_cgi: src/rest_manage:rest_manage_main: request data " +

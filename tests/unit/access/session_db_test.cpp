@@ -102,7 +102,7 @@ TEST(Cookie, ShapeAndDate) {
   EXPECT_EQ(date, "Wed, 15 Nov 2023 22:13:20 GMT");
   EXPECT_EQ(sessionCookie("ID", date),
             "authId=ID; Path=/; Expires=Wed, 15 Nov 2023 22:13:20 GMT; Max-Age=86400; "
-            "Version=1; HttpOnly");
+            "Version=1; HttpOnly; SameSite=Strict");
 }
 
 TEST(Cookie, UnrepresentableTimeFails) {

@@ -56,7 +56,7 @@ TEST(Registry, HoldsNineteenEndpointsWhoseMasksMatchTheirAuthenticators) {
 }
 
 // The registry row by row: handler, versions in order, authenticators in
-// order and the mask beside them.
+// order, the mask beside them, and whether the endpoint can change the camera.
 TEST(Registry, EveryRowAsTabled) {
   struct Row {
     char const* endpoint;
@@ -64,7 +64,10 @@ TEST(Registry, EveryRowAsTabled) {
     std::vector<std::string> versions;
     std::vector<RestAuthenticator> authenticators;
     uint32_t mask;
+    StateChange stateChange;
   };
+  StateChange const changes = StateChange::kChanges;
+  StateChange const readOnly = StateChange::kReadOnly;
   std::vector<std::string> const all = {"1.2", "1.1", "1.0", "0.1"};
   std::vector<std::string> const since10 = {"1.2", "1.1", "1.0"};
   std::vector<RestAuthenticator> const session = {AuthenticateBySession};
@@ -72,25 +75,25 @@ TEST(Registry, EveryRowAsTabled) {
   std::vector<RestAuthenticator> const closedThree = {AuthenticateByPassword, AuthenticateBySession,
                                                       AuthenticateByAuthToken};
   std::vector<Row> const table = {
-      {"ap", rest_ap_main, all, session, 16},
-      {"connect", rest_connect_main, since10, closedThree, 28},
-      {"check", rest_check_main, since10, session, 16},
-      {"firmware", rest_firmware_main, since10, session, 16},
-      {"login", rest_login_main, all, open, 1},
-      {"logout", rest_login_main, since10, open, 1},
-      {"reboot", rest_reboot_main, since10, session, 16},
-      {"reset", rest_reset_main, since10, session, 16},
-      {"reset_image", rest_reset_image_main, {"1.2", "1.1"}, session, 16},
-      {"manage", rest_manage_main, {"1.2"}, closedThree, 28},
-      {"services", rest_services_main, {"1.2"}, session, 16},
-      {"settings", rest_settings_main, since10, session, 16},
-      {"setup", rest_setup_main, all, session, 16},
-      {"snapshot", rest_snapshot_main, since10, closedThree, 28},
-      {"status", rest_status_main, all, session, 16},
-      {"support", rest_support_main, since10, session, 16},
-      {"syslog", rest_syslog_main, since10, session, 16},
-      {"upgrade", rest_upgrade_main, since10, session, 16},
-      {"version", rest_version_main, since10, open, 1},
+      {"ap", rest_ap_main, all, session, 16, changes},
+      {"connect", rest_connect_main, since10, closedThree, 28, changes},
+      {"check", rest_check_main, since10, session, 16, changes},
+      {"firmware", rest_firmware_main, since10, session, 16, changes},
+      {"login", rest_login_main, all, open, 1, changes},
+      {"logout", rest_login_main, since10, open, 1, changes},
+      {"reboot", rest_reboot_main, since10, session, 16, changes},
+      {"reset", rest_reset_main, since10, session, 16, changes},
+      {"reset_image", rest_reset_image_main, {"1.2", "1.1"}, session, 16, changes},
+      {"manage", rest_manage_main, {"1.2"}, closedThree, 28, changes},
+      {"services", rest_services_main, {"1.2"}, session, 16, changes},
+      {"settings", rest_settings_main, since10, session, 16, changes},
+      {"setup", rest_setup_main, all, session, 16, changes},
+      {"snapshot", rest_snapshot_main, since10, closedThree, 28, readOnly},
+      {"status", rest_status_main, all, session, 16, readOnly},
+      {"support", rest_support_main, since10, session, 16, readOnly},
+      {"syslog", rest_syslog_main, since10, session, 16, readOnly},
+      {"upgrade", rest_upgrade_main, since10, session, 16, changes},
+      {"version", rest_version_main, since10, open, 1, readOnly},
   };
   RestRegistry registry;
   buildRestRegistry(registry);
@@ -103,6 +106,7 @@ TEST(Registry, EveryRowAsTabled) {
     EXPECT_EQ(found->second.versions, row.versions);
     EXPECT_EQ(found->second.authenticators, row.authenticators);
     EXPECT_EQ(found->second.authMask, row.mask);
+    EXPECT_EQ(found->second.stateChange, row.stateChange);
   }
 }
 

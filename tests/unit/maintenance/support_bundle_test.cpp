@@ -88,12 +88,25 @@ TEST(Redactor, SecretKeyNames) {
   }
 }
 
-TEST(Redactor, TextLosesEveryKnownSecret) {
-  Redactor redactor({"0123456789abcdef", "$6$salt$hashhashhash", "short", ""});
+TEST(Redactor, CredentialKeyNames) {
+  for (char const* name : {"rtspPassword", "psk", "wifiPsk", "token", "authToken", "passphrase",
+                           "clientSecret", "wepKey", "privateKey"}) {
+    EXPECT_TRUE(Redactor::credentialKey(name)) << name;
+  }
+  // "key" names a key management ("wpa", "none"): blanked in a document,
+  // never hunted in the log, where it would cut ordinary words.
+  for (char const* name : {"key", "keyManagement", "ssid", "username", "hosts", "uuid"}) {
+    EXPECT_FALSE(Redactor::credentialKey(name)) << name;
+  }
+}
+
+TEST(Redactor, TextLosesEveryKnownSecretAtAnyLength) {
+  Redactor redactor({"0123456789abcdef", "$6$salt$hashhashhash", "tok-1", "adopt-1", "tok-1", ""});
   EXPECT_EQ(redactor.text("id 0123456789abcdef and 0123456789abcdef, hash $6$salt$hashhashhash"),
             "id (removed) and (removed), hash (removed)");
-  // Too short to hunt in free text.
-  EXPECT_EQ(redactor.text("short words"), "short words");
+  // Short secrets too; the longer one holding a shorter one is cut whole.
+  EXPECT_EQ(redactor.text("authToken 'tok-1' and adopt-1, tok-12"),
+            "authToken '(removed)' and (removed), (removed)2");
 }
 
 TEST(Redactor, JsonBlanksSecretValuesAtAnyDepth) {
