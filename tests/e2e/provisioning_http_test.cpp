@@ -234,11 +234,35 @@ TEST_F(ProvisioningHttp, ManageWithAnEmptyHostListAdopts) {
   EXPECT_EQ(text(avclient, "token"), R"("t-1")");
 }
 
+TEST_F(ProvisioningHttp, ManageRefusesAProtocolThatCarriesAHost) {
+  HttpResponse answer = postManage(R"("mgmt":{"protocol":"wss://evil/","hosts":["a"]})");
+  EXPECT_EQ(answer.status, 400);
+  EXPECT_EQ(answer.body, "");
+  EXPECT_TRUE(logged("rest_manage err orvo_cgi: src/rest_manage:request_data_valid: "
+                     "Unsupported protocol (wss://evil/)"));
+  Variant avclient = daemonState(root(), "orvo_avclient");
+  EXPECT_EQ(text(avclient, "state"), R"("waiting")");
+  EXPECT_EQ(text(avclient, "hosts"), "[]");
+}
+
+TEST_F(ProvisioningHttp, ManageRefusesHostsThatAreNotStrings) {
+  for (char const* hosts : {"[null]", "[1]", "[true]"}) {
+    HttpResponse answer =
+        postManage(std::string(R"("mgmt":{"protocol":"wss","hosts":)") + hosts + "}");
+    EXPECT_EQ(answer.status, 400) << hosts;
+    EXPECT_EQ(answer.body, "") << hosts;
+  }
+  EXPECT_TRUE(logged("rest_manage err orvo_cgi: src/rest_manage:connection_host_valid: "
+                     "Invalid URL (wss://null)"));
+  Variant avclient = daemonState(root(), "orvo_avclient");
+  EXPECT_EQ(text(avclient, "state"), R"("waiting")");
+}
+
 TEST_F(ProvisioningHttp, ManageRefusesOtherProtocols) {
   HttpResponse answer = postManage(R"("mgmt":{"protocol":"ws","hosts":["ctl.example.net"]})");
   EXPECT_EQ(answer.status, 400);
   EXPECT_EQ(answer.body, "");
-  EXPECT_TRUE(logged("rest_manage err orvo_cgi: src/rest_manage:connection_host_valid: "
+  EXPECT_TRUE(logged("rest_manage err orvo_cgi: src/rest_manage:request_data_valid: "
                               "Unsupported protocol (ws)"));
   Variant avclient = daemonState(root(), "orvo_avclient");
   EXPECT_EQ(text(avclient, "state"), R"("waiting")");
