@@ -1,5 +1,6 @@
 # Maps the offsets a request touched to the input sections of rest.cgi's
-# link map that hold them, and prints one line per input section:
+# link map that hold them, and prints one line per input section (run with
+# mangled-prefix.awk, whose functions it uses):
 #   <part> TAB <request> TAB <linker script pattern>
 # part is 1-text, 2-rodata or 3-bss; request is the number of the first
 # request (file) that touched it. Input: the link map, then one file of
@@ -56,14 +57,26 @@ function object(file,    member) {
 # built with a section per function and per variable: those are named
 # alone. The C library's sections are shared by all its members, and
 # generic names (".text.unlikely", ".rodata.str1.1") by all objects: those
-# are named with their object file.
-function pattern(section, file,    member) {
+# are named with their object file. A function of our own is named without
+# its parameter types (mangled-prefix.awk), so that a changed signature
+# stays where it was; the libraries' names change only with the toolchain.
+function pattern(section, file,    member, head, prefix) {
   member = object(file)
   if (member !~ /^libc\.a:/ && section ~ /^\.(text|rodata|bss)\.[^.]/ &&
-      section !~ /^\.[a-z]+\.(unlikely|startup|exit|hot|str[0-9.]*|cst[0-9]*)$/)
+      section !~ /^\.[a-z]+\.(unlikely|startup|exit|hot|str[0-9.]*|cst[0-9]*)$/) {
+    if (ours(file) && match(section, /^\.(text|rodata|bss)\.((unlikely|startup|exit|hot)\.)?/)) {
+      head = substr(section, 1, RLENGTH)
+      prefix = entity_prefix(substr(section, RLENGTH + 1))
+      if (prefix != "") return "*(" head prefix ")"
+    }
     return "*(" section ")"
+  }
   return "*" member "(" section ")"
 }
+
+# Our own objects are the build's (relative paths); the libraries' are
+# installed ones (absolute).
+function ours(file) { return file !~ /^\// }
 
 function emit(which, request, text) {
   if ((which SUBSEP text) in placed) return
@@ -99,8 +112,10 @@ function strings(request, section, file,    member, function_name) {
   member = object(file)
   function_name = section
   if (member !~ /^libc\.a:/ && sub(/^\.text\.((unlikely|startup|exit|hot)\.)?/, "", function_name) &&
-      function_name !~ /^(unlikely|startup|exit|hot)$/)
+      function_name !~ /^(unlikely|startup|exit|hot)$/) {
+    if (ours(file) && entity_prefix(function_name) != "") function_name = entity_prefix(function_name)
     emit("2-rodata", request, "*(.rodata." function_name ".str*)")
+  }
   emit("2-rodata", request, "*" member "(.rodata.str* .rodata.cst*)")
 }
 
