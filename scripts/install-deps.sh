@@ -7,7 +7,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake ninja-build pkg-config
+  build-essential cmake ninja-build pkg-config ccache
   clang libclang-rt-14-dev          # sanitizer and fuzzer builds
   libgtest-dev libgmock-dev         # unit tests
   rapidjson-dev libboost-url1.81-dev
