@@ -61,12 +61,25 @@ cmd_up() {
   link_reboot_tool "$CAMSIM_ROOT"
   record_sim_programs
 
+  install_console
   choose_daemons "$daemons"
   start_daemons
   # The web server must call the program by a path ending in "/rest.cgi".
   ln -sfn -- "$cgi" "$CAMSIM_ROOT/www/cgi-bin/rest.cgi"
   start_lighttpd "$port"
   base_url "$port"
+}
+
+# The web console is a plain folder of static files: a copy of console/ in
+# the document root, so every web server of the camera serves it as it is.
+# Whatever an earlier `up` copied is replaced; cgi-bin stays.
+install_console() {
+  local www="$CAMSIM_ROOT/www" entry
+  for entry in "$www"/* "$www"/.[!.]*; do
+    [ -e "$entry" ] || [ -L "$entry" ] || continue
+    [ "${entry##*/}" = cgi-bin ] || rm -rf -- "$entry"
+  done
+  cp -R -- "$CAMSIM_REPO/console/." "$www/"
 }
 
 start_lighttpd() {  # <port>
