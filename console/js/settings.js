@@ -11,6 +11,8 @@ const sectionTitles = {
   osd: 'On-screen display', soundled: 'Sound and lights', wifi: 'Wireless',
 };
 const secret = /^(key|psk|password.*)$/i;
+// The bus's routing members that a daemon's section carries along: no setting.
+const routing = new Set(['from', 'to', 'id']);
 
 const humanise = (key) => key.replace(/([a-z0-9])([A-Z])/g, '$1 $2')
   .replace(/^./, (c) => c.toUpperCase());
@@ -56,6 +58,7 @@ function readControl(input) {
 function build(path, value, schema, fields) {
   const rows = [];
   for (const [key, member] of Object.entries(value)) {
+    if (path.length === 1 && routing.has(key)) continue;
     const memberPath = [...path, key];
     const memberSchema = childSchema(schema, key);
     if (member && typeof member === 'object' && !Array.isArray(member)) {

@@ -14,8 +14,9 @@ function input(name, value = '', extra = {}) {
 }
 
 // Each step: title, its rows, and a check that shows errors (true when fine).
-function steps(current) {
-  const name = input('deviceName', current.deviceName, { maxlength: 25 });
+function steps(current, deviceName) {
+  // The device's name lives in the settings ("device" "name"), where it is written.
+  const name = input('deviceName', deviceName ?? current.deviceName, { maxlength: 25 });
   const nameRow = labelled('Device name', name, 'Up to 25 characters; shown to the controller and on the network.');
 
   const dhcp = h('input', { type: 'radio', name: 'netMode', id: 'net-dhcp', value: 'dhcp', checked: current.netMode !== 'static' });
@@ -96,9 +97,9 @@ export function render(main, app) {
   const message = messageBox();
   let alive = true;
 
-  getJson('setup').then((current) => {
+  Promise.all([getJson('setup'), getJson('settings')]).then(([current, settings]) => {
     if (!alive) return;
-    const list = steps(current);
+    const list = steps(current, settings.device?.name);
     const form = h('form', { novalidate: true });
     const heading = h('h3', { tabindex: '-1' });
     const body = h('div');

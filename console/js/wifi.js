@@ -37,15 +37,16 @@ export function networkPicker({ allowNone }) {
   }
   function fill() {
     radios.length = 0;
-    const rows = networks.map((n) => radio(n.ssid,
-      `${n.ssid} (${n.security === 'NONE' ? 'open' : 'secured'}, ${n.signal} dBm)`));
-    if (allowNone) rows.unshift(radio('', 'No wireless (wired network only)'));
+    const rows = allowNone ? [radio('', 'No wireless (wired network only)')] : [];
+    for (const n of networks) {
+      rows.push(radio(n.ssid, `${n.ssid} (${n.security === 'NONE' ? 'open' : 'secured'}, ${n.signal} dBm)`));
+    }
     group.replaceChildren(...rows);
     if (radios.length) radios[0].checked = true;
     update();
   }
 
-  const scan = h('button', { type: 'button', class: 'secondary' }, 'Scan for networks');
+  const scan = h('button', { type: 'button', class: 'secondary', name: 'scan' }, 'Scan for networks');
   scan.addEventListener('click', async () => {
     scan.disabled = true;
     message.say('Scanning (this takes a few seconds)…');
