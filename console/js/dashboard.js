@@ -30,11 +30,12 @@ const cards = [
     ['Received', (s) => bytes(s.network?.bytesRx)], ['Sent', (s) => bytes(s.network?.bytesTx)]]],
   ['Wireless', [
     ['Mode', (s) => (s.wifi ? s.wifi.mode : 'no wireless')], ['Network', (s) => s.wifi?.ssid],
-    ['Signal', (s) => (s.wifi?.signal === undefined ? undefined : `${s.wifi.signal} dBm`)],
+    // The daemon drops the sign of the signal level.
+    ['Signal', (s) => (s.wifi?.signal === undefined ? undefined : `-${Math.abs(s.wifi.signal)} dBm`)],
     ['State', (s) => s.wifi?.connectionState]]],
   ['Controller', [
     ['State', (s) => s.controller?.state ?? 'not adopted'],
-    ['Controller', (s) => s.controller?.hosts?.join?.(', ') ?? s.controller?.host]]],
+    ['Controller', (s) => s.controller?.hosts?.join?.(', ') || s.controller?.host]]],
 ];
 
 export function render(main, app) {

@@ -1,5 +1,17 @@
-// The optional services, a switch each.
-import { getJson, putJson } from './api.js';
+// The optional services, a switch each. The camera answers a switch at once
+// and starts or stops the service a moment later: the state is read again
+// until it shows, for a few seconds.
+const settleTries = 10;
+
+async function settled(name, wanted) {
+  let now = !wanted;
+  for (let attempt = 0; attempt < settleTries && now !== wanted; ++attempt) {
+    if (attempt) await sleep(500);
+    now = (await getJson('services'))[name];
+  }
+  return now;
+}
+import { getJson, putJson, sleep } from './api.js';
 import { h, messageBox } from './dom.js';
 
 export function render(main) {
@@ -16,7 +28,7 @@ export function render(main) {
         try {
           const wanted = toggle.checked;
           await putJson('services', { [name]: wanted });
-          const now = (await getJson('services'))[name];
+          const now = await settled(name, wanted);
           toggle.checked = now;
           message.say(now === wanted ? `${name} ${now ? 'started' : 'stopped'}.`
             : `${name} could not be ${wanted ? 'started' : 'stopped'}.`, now === wanted ? 'info' : 'error');

@@ -9,7 +9,7 @@ export function render(main, app) {
   const current = h('p', { class: 'current' });
   const show = (wifi) => {
     current.textContent = !wifi ? 'This camera has no wireless.'
-      : wifi.mode === 'station' ? `Joined to ${wifi.ssid} (${wifi.signal} dBm, ${wifi.connectionState}).`
+      : wifi.mode === 'station' ? `Joined to ${wifi.ssid} (-${Math.abs(wifi.signal)} dBm, ${wifi.connectionState}).`
         : `Not joined (${wifi.mode || 'unknown'}).`;
   };
   show(app.status?.wifi);

@@ -2,8 +2,13 @@
 // policy, completed with the keyboard alone, a wrong password and the
 // lockdown after five shown plainly, and logout.
 import assert from 'node:assert/strict';
+import { execFile } from 'node:child_process';
+import { readdirSync, readFileSync } from 'node:fs';
+import { join } from 'node:path';
+import { promisify } from 'node:util';
+import { gzipSync } from 'node:zlib';
 import { after, before, test } from 'node:test';
-import { openConsole, launchBrowser, screenshot, seriousViolations, startCamera } from './support.mjs';
+import { buildDir, launchBrowser, openConsole, screenshot, seriousViolations, sourceDir, startCamera } from './support.mjs';
 
 let camera;
 let browser;
@@ -35,6 +40,18 @@ test('the console is served with its types and a policy that loads nothing from 
     assert.match(policy, /default-src 'self'/, path);
     assert.doesNotMatch(policy, /https?:|\*/, path);
   }
+});
+
+// The camera's flash holds the whole console: 150 KiB once compressed.
+test('the console fits 150 KiB gzip, and its settings schema matches the API description', async () => {
+  const folder = join(sourceDir, 'console');
+  let compressed = 0;
+  for (const entry of readdirSync(folder, { recursive: true, withFileTypes: true })) {
+    if (entry.isFile()) compressed += gzipSync(readFileSync(join(entry.parentPath, entry.name)), { level: 9 }).length;
+  }
+  console.log(`console: ${compressed} bytes gzip`);
+  assert.ok(compressed > 0 && compressed <= 150 * 1024, `${compressed} bytes`);
+  await promisify(execFile)(join(sourceDir, 'tools/console/schema.mjs'), ['--check', buildDir]);
 });
 
 test('the login page is accessible and completed with the keyboard alone', async () => {

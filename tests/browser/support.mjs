@@ -148,3 +148,29 @@ export async function screenshot(page, name) {
   mkdirSync(folder, { recursive: true });
   await page.screenshot({ path: join(folder, `${name}.png`), fullPage: true });
 }
+
+// The camera's API for a test's own checks and preparations, with a session
+// of its own (admin/admin): api('status'), api('settings', {method: 'PUT', json}).
+export async function apiSession(camera) {
+  const login = await fetch(`${camera.baseUrl}/api/1.2/login`, {
+    method: 'POST', headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify({ username: 'admin', password: 'admin' }),
+  });
+  if (login.status !== 200) throw new Error(`login answered ${login.status}`);
+  const cookie = login.headers.get('set-cookie').split(';')[0];
+  return async (endpoint, { method = 'GET', json } = {}) => {
+    const headers = { Cookie: cookie };
+    if (json !== undefined) headers['Content-Type'] = 'application/json';
+    const response = await fetch(`${camera.baseUrl}/api/1.2/${endpoint}`, {
+      method, headers, body: json === undefined ? undefined : JSON.stringify(json),
+    });
+    const type = response.headers.get('content-type') || '';
+    return { status: response.status, body: type.startsWith('application/json') ? await response.json() : null };
+  };
+}
+
+// Logs the page in through the login form (the camera past its first use).
+export async function logInThroughForm(page, password = 'admin') {
+  await page.getByLabel('Password').fill(password);
+  await page.getByRole('button', { name: 'Log in' }).click();
+}
