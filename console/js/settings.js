@@ -83,7 +83,7 @@ function setPath(target, path, value) {
 
 // Members the write schema requires beside a changed one (net.mode), as
 // they stand in the document.
-function addRequired(body, document, writeSchema, path) {
+export function addRequired(body, document, writeSchema, path) {
   let schema = writeSchema;
   for (let depth = 0; depth < path.length - 1 && schema; ++depth) {
     schema = schema.properties?.[path[depth]];

@@ -145,3 +145,12 @@ test('maintenance: the log newest first and searchable, the support bundle, a co
   assert.equal((await api('settings')).body.isp.brightness, 50);
   assert.deepEqual(ui.problems(), []);
 });
+
+test('every request that changes state is same-origin, as the camera requires', async () => {
+  const { changes } = ui;
+  assert.ok(changes.some((c) => c.method === 'PUT' && c.url.endsWith('/settings')));
+  for (const change of changes) {
+    assert.equal(change.site, 'same-origin', `${change.method} ${change.url}`);
+    assert.equal(change.origin, camera.baseUrl, `${change.method} ${change.url}`);
+  }
+});

@@ -118,10 +118,20 @@ export async function openConsole(browser, camera) {
       problems.push(`answer: ${response.status()} ${response.request().method()} ${response.url()}`);
     }
   });
+  // What the camera sees of each request that changes state: it refuses
+  // those the browser marks as cross-site.
+  const changes = [];
+  page.on('request', async (request) => {
+    if (['GET', 'HEAD'].includes(request.method()) || !request.url().includes('/api/')) return;
+    const headers = await request.allHeaders();
+    changes.push({ method: request.method(), url: request.url(), origin: headers.origin,
+      site: headers['sec-fetch-site'] });
+  });
   await page.goto(camera.baseUrl + '/');
   return {
     page,
     context,
+    changes,
     // Statuses this part of the test provokes on purpose.
     expectStatus(...statuses) { for (const s of statuses) expected.add(s); },
     clearExpected() { expected.clear(); },
