@@ -105,6 +105,41 @@ function validate(field, value) {
   return '';
 }
 
+// The changed fields and the body that carries them; null when a value is
+// invalid (its field says why).
+function collectChanges(fields, document, writeSchema) {
+  const body = {};
+  const changed = [];
+  let invalid = false;
+  for (const field of fields) {
+    const value = readControl(field.input);
+    const problem = validate(field, value);
+    field.row.showError(problem);
+    invalid ||= Boolean(problem);
+    if (!problem && value !== field.original) {
+      changed.push(field);
+      setPath(body, field.path, value);
+    }
+  }
+  if (invalid) return null;
+  for (const field of changed) addRequired(body, document, writeSchema, field.path);
+  return { body, changed };
+}
+
+// Sends the changes; true when the camera took them.
+async function send({ body, changed }, message) {
+  const response = await request('settings', { method: 'PUT', json: body, ok: [200, 400, 429] });
+  if (response.status === 429) {
+    message.say('Another change is being applied. Try again in a moment.', 'error');
+  } else if (response.status === 400) {
+    // The camera gives no reason: the changed fields are the ones concerned.
+    for (const field of changed) field.row.showError('The camera refused this value; nothing was changed.');
+    changed[0].input.focus();
+    message.say('The camera refused the change (nothing was saved). See the marked field.', 'error');
+  }
+  return response.status === 200;
+}
+
 export function render(main) {
   const message = messageBox();
   const form = h('form', { class: 'settings', novalidate: true });
@@ -128,36 +163,15 @@ export function render(main) {
 
   form.addEventListener('submit', async (event) => {
     event.preventDefault();
-    const body = {};
-    const changed = [];
-    let invalid = false;
-    for (const field of fields) {
-      const value = readControl(field.input);
-      const problem = validate(field, value);
-      field.row.showError(problem);
-      invalid ||= Boolean(problem);
-      if (!problem && value !== field.original) {
-        changed.push(field);
-        setPath(body, field.path, value);
-      }
-    }
-    if (invalid) return message.say('Some values need correcting; see the marked fields.', 'error');
-    if (!changed.length) return message.say('Nothing was changed.');
-    for (const field of changed) addRequired(body, document, schemas.SettingsWrite, field.path);
+    const changes = collectChanges(fields, document, schemas.SettingsWrite);
+    if (!changes) return message.say('Some values need correcting; see the marked fields.', 'error');
+    if (!changes.changed.length) return message.say('Nothing was changed.');
     save.disabled = true;
     message.say('Saving…');
     try {
-      const response = await request('settings', { method: 'PUT', json: body, ok: [200, 400, 429] });
-      if (response.status === 200) {
+      if (await send(changes, message)) {
         await load();
-        message.say(`Saved: ${changed.map((f) => f.path.join('.')).join(', ')}.`);
-      } else if (response.status === 429) {
-        message.say('Another change is being applied. Try again in a moment.', 'error');
-      } else {
-        // The camera gives no reason: the changed fields are the ones concerned.
-        for (const field of changed) field.row.showError('The camera refused this value; nothing was changed.');
-        changed[0].input.focus();
-        message.say('The camera refused the change (nothing was saved). See the marked field.', 'error');
+        message.say(`Saved: ${changes.changed.map((f) => f.path.join('.')).join(', ')}.`);
       }
     } catch (error) {
       if (!(error instanceof ApiError && error.status === 401)) message.say(`Saving failed (${error.message}).`, 'error');

@@ -13,14 +13,22 @@ function input(name, value = '', extra = {}) {
   return h('input', { name, value, autocomplete: 'off', ...extra });
 }
 
-// Each step: title, its rows, and a check that shows errors (true when fine).
-function steps(current, deviceName) {
-  // The device's name lives in the settings ("device" "name"), where it is written.
-  const name = input('deviceName', deviceName ?? current.deviceName, { maxlength: 25 });
-  const nameRow = labelled('Device name', name, 'Up to 25 characters; shown to the controller and on the network.');
+// Each step: its title, its rows, check() showing errors (true when fine),
+// and form() with its members of the setup form.
+function nameStep(value) {
+  const name = input('deviceName', value, { maxlength: 25 });
+  const row = labelled('Device name', name, 'Up to 25 characters; shown to the controller and on the network.');
+  return {
+    title: 'Device name', rows: [row],
+    check: () => { const bad = !name.value.trim(); row.showError(bad ? 'Enter a name.' : ''); return !bad; },
+    form: () => ({ deviceName: name.value.trim() }),
+  };
+}
 
-  const dhcp = h('input', { type: 'radio', name: 'netMode', id: 'net-dhcp', value: 'dhcp', checked: current.netMode !== 'static' });
-  const fixed = h('input', { type: 'radio', name: 'netMode', id: 'net-static', value: 'static', checked: current.netMode === 'static' });
+function networkStep(current) {
+  const radio = (value, checked) => h('input', { type: 'radio', name: 'netMode', id: `net-${value}`, value, checked });
+  const dhcp = radio('dhcp', current.netMode !== 'static');
+  const fixed = radio('static', current.netMode === 'static');
   const addresses = {
     netIp: labelled('Address', input('netIp', current.netIp)),
     netMask: labelled('Network mask', input('netMask', current.netMask)),
@@ -28,57 +36,61 @@ function steps(current, deviceName) {
     netDns1: labelled('First name server', input('netDns1', current.netDns1)),
     netDns2: labelled('Second name server (optional)', input('netDns2', current.netDns2)),
   };
-  const staticRows = h('div', { class: 'static-rows' }, Object.values(addresses));
+  const staticRows = h('div', {}, Object.values(addresses));
   const showStatic = () => { staticRows.hidden = !fixed.checked; };
   dhcp.addEventListener('change', showStatic);
   fixed.addEventListener('change', showStatic);
   showStatic();
   const modeSet = h('fieldset', {}, h('legend', {}, 'Address'),
-    h('div', { class: 'choice' }, dhcp, h('label', { for: 'net-dhcp' }, 'Automatic (DHCP)')),
-    h('div', { class: 'choice' }, fixed, h('label', { for: 'net-static' }, 'Static')));
-
-  const picker = networkPicker({ allowNone: true });
-
-  const ctlAddr = input('ctlAddr', current.ctlAddr);
-  const ctlUuid = input('ctlUuid', current.ctlUuid);
-  const addrRow = labelled('Controller address', ctlAddr, 'Host and port, without a scheme (ctl.example.net:7443). Leave both empty for none.');
-  const uuidRow = labelled('Controller UUID', ctlUuid);
-
-  const rowValue = (row) => row.querySelector('input').value.trim();
-  return [
-    { title: 'Device name', rows: [nameRow],
-      check: () => { const bad = !name.value.trim(); nameRow.showError(bad ? 'Enter a name.' : ''); return !bad; },
-      form: () => ({ deviceName: name.value.trim() }) },
-    { title: 'Network', rows: [modeSet, staticRows],
-      check: () => {
-        let fine = true;
-        for (const [key, row] of Object.entries(addresses)) {
-          const value = rowValue(row);
-          const optional = key === 'netDns2' || (key === 'netDns1' && !fixed.checked);
-          const bad = fixed.checked && (value ? !ipv4.test(value) : !optional);
-          row.showError(bad ? 'Enter an IPv4 address such as 192.168.1.80.' : '');
-          fine &&= !bad;
-        }
-        return fine;
-      },
-      form: () => {
-        if (!fixed.checked) return { netMode: 'dhcp' };
-        const form = { netMode: 'static' };
-        for (const [key, row] of Object.entries(addresses)) form[key] = rowValue(row);
-        return form;
-      } },
-    { title: 'Wireless', rows: [picker], check: () => picker.check(), form: () => wifiForm(picker.choice()) },
-    { title: 'Controller', rows: [addrRow, uuidRow],
-      check: () => {
-        const a = ctlAddr.value.trim();
-        const u = ctlUuid.value.trim();
-        addrRow.showError(!a && u ? 'Enter the address with the UUID.' : '');
-        uuidRow.showError((a && !u) || (u && !uuid.test(u)) ? 'Enter the controller\'s UUID (8-4-4-4-12 hexadecimal digits).' : '');
-        return !((!a && u) || (a && !u) || (u && !uuid.test(u)));
-      },
-      form: () => (ctlAddr.value.trim() ? { ctlAddr: ctlAddr.value.trim(), ctlUuid: ctlUuid.value.trim() } : {}) },
-  ];
+    h('div', { class: 'choice' }, dhcp, h('label', { for: dhcp.id }, 'Automatic (DHCP)')),
+    h('div', { class: 'choice' }, fixed, h('label', { for: fixed.id }, 'Static')));
+  const valueOf = (row) => row.querySelector('input').value.trim();
+  return {
+    title: 'Network', rows: [modeSet, staticRows],
+    check: () => Object.entries(addresses).map(([key, row]) => {
+      const value = valueOf(row);
+      const bad = fixed.checked && (value ? !ipv4.test(value) : key !== 'netDns2');
+      row.showError(bad ? 'Enter an IPv4 address such as 192.168.1.80.' : '');
+      return !bad;
+    }).every(Boolean),
+    form: () => {
+      if (!fixed.checked) return { netMode: 'dhcp' };
+      const form = { netMode: 'static' };
+      for (const [key, row] of Object.entries(addresses)) if (valueOf(row)) form[key] = valueOf(row);
+      return form;
+    },
+  };
 }
+
+function wirelessStep() {
+  const picker = networkPicker({ allowNone: true });
+  return { title: 'Wireless', rows: [picker], check: () => picker.check(), form: () => wifiForm(picker.choice()) };
+}
+
+// The controller's address and UUID go together, or neither.
+function controllerStep(current) {
+  const addr = input('ctlAddr', current.ctlAddr);
+  const id = input('ctlUuid', current.ctlUuid);
+  const addrRow = labelled('Controller address', addr, 'Host and port, without a scheme (ctl.example.net:7443). Leave both empty for none.');
+  const idRow = labelled('Controller UUID', id);
+  return {
+    title: 'Controller', rows: [addrRow, idRow],
+    check: () => {
+      const a = addr.value.trim();
+      const u = id.value.trim();
+      const badAddr = !a && Boolean(u);
+      const badId = (a && !u) || (u && !uuid.test(u));
+      addrRow.showError(badAddr ? 'Enter the address with the UUID.' : '');
+      idRow.showError(badId ? 'Enter the controller\'s UUID (8-4-4-4-12 hexadecimal digits).' : '');
+      return !badAddr && !badId;
+    },
+    form: () => (addr.value.trim() ? { ctlAddr: addr.value.trim(), ctlUuid: id.value.trim() } : {}),
+  };
+}
+
+// The device's name lives in the settings ("device" "name"), where it is written.
+const steps = (current, deviceName) => [nameStep(deviceName ?? current.deviceName),
+  networkStep(current), wirelessStep(), controllerStep(current)];
 
 function summary(form) {
   const rows = [
@@ -88,6 +100,22 @@ function summary(form) {
     ['Controller', form.ctlAddr ? `${form.ctlAddr} (${form.ctlUuid})` : 'none'],
   ];
   return h('dl', { class: 'summary' }, rows.flatMap(([k, v]) => [h('dt', {}, k), h('dd', {}, v)]));
+}
+
+// Sends the form, follows it until it shows, then clears the first use
+// together with the new name.
+async function finish(form, message, app) {
+  const { deviceName, ...sent } = form;
+  const outcome = await applySetup(sent, (left) => message.say(`Applying… (${left} s left)`))
+    .catch((error) => { message.say(`The camera did not take the form (${error.message}).`, 'error'); return null; });
+  if (outcome !== 'landed') {
+    if (outcome) message.say(applyOutcome[outcome], 'error');
+    return;
+  }
+  await putJson('settings', { device: { name: deviceName, firstTimeUse: false } });
+  message.say(applyOutcome.landed);
+  await app.refreshStatus();
+  app.goto('dashboard');
 }
 
 export function render(main, app) {
@@ -127,18 +155,8 @@ export function render(main, app) {
         return;
       }
       next.disabled = back.disabled = true;
-      const { deviceName, ...sent } = collect();
-      const outcome = await applySetup(sent, (left) => message.say(`Applying… (${left} s left)`))
-        .catch((error) => { message.say(`The camera did not take the form (${error.message}).`, 'error'); return null; });
+      await finish(collect(), message, app);
       next.disabled = back.disabled = false;
-      if (outcome !== 'landed') {
-        if (outcome) message.say(applyOutcome[outcome], 'error');
-        return;
-      }
-      await putJson('settings', { device: { name: deviceName, firstTimeUse: false } });
-      message.say(applyOutcome.landed);
-      await app.refreshStatus();
-      app.goto('dashboard');
     });
     show();
   }).catch((error) => message.say(`The setup form could not be read (${error.message}).`, 'error'));
