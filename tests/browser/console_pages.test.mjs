@@ -1,7 +1,7 @@
 // The console's pages on a camera past its first use: a settings change
 // seen again after a reload and a refusal shown at its field, services,
 // the wireless scan (429 while another runs) and a join, the live picture,
-// and maintenance (log search, support bundle, picture reset).
+// and maintenance (log search, support bundle, picture reset, restart).
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { apiSession, launchBrowser, logInThroughForm, openConsole, screenshot, seriousViolations, startCamera } from './support.mjs';
@@ -143,6 +143,19 @@ test('maintenance: the log newest first and searchable, the support bundle, a co
   await page.getByRole('dialog').getByRole('button', { name: 'Reset the picture' }).click();
   await page.getByText('The picture settings are back to their factory values.').waitFor();
   assert.equal((await api('settings')).body.isp.brightness, 50);
+  assert.deepEqual(ui.problems(), []);
+});
+
+test('a confirmed restart is waited through, back to the login', async () => {
+  const { page } = ui;
+  ui.expectStatus(401, 500);
+  await page.getByRole('button', { name: 'Restart' }).click();
+  await page.getByRole('dialog').getByText('No setting is lost.').waitFor();
+  await page.getByRole('dialog').getByRole('button', { name: 'Restart' }).click();
+  await page.getByText('The camera has restarted. Log in again.').waitFor({ timeout: 60000 });
+  assert.match(await camera.camsim('status'), /^reboots: 1 /m);
+  await logInThroughForm(page);
+  await page.getByRole('heading', { name: 'Maintenance' }).waitFor();
   assert.deepEqual(ui.problems(), []);
 });
 
