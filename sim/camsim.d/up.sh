@@ -54,6 +54,10 @@ cmd_up() {
 
   if [ ! -d "$CAMSIM_ROOT" ] || folder_is_empty "$CAMSIM_ROOT"; then
     cmd_init --root "$CAMSIM_ROOT" >/dev/null
+    # A camera that `up` makes is a person's: it restarts after flashing as
+    # the device does. Roots made by `init` (the tests' shared cameras) keep
+    # their sessions through an upgrade.
+    fwupdate_control reboot on
   fi
   # Never scatter the device's folders into a directory init did not make.
   is_camera_root "$CAMSIM_ROOT" || die "up: $CAMSIM_ROOT is not a camera root (./camsim init)"
