@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS|ap SSID PASSPHRASE|open|remove [SIGNAL_DBM] | ctl [--root DIR] fwupdate duration MS"
+CTL_USAGE="ctl [--root DIR] DAEMON latency MS|silent on|off|stop|start|adopted true|false|scan-duration MS|ap SSID PASSPHRASE|open|remove [SIGNAL_DBM] | ctl [--root DIR] fwupdate duration MS|reboot on|off"
 describe_command ctl "$CTL_USAGE" \
   "test controls of one daemon, in force from its next request (adopted: orvo_avclient only; scan-duration, ap (a visible wireless network): orvo_networkd only)"
 

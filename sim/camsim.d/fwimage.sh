@@ -12,6 +12,7 @@ describe_command fwimage "$FWIMAGE_USAGE" \
 FW_PUBLIC_KEY=etc/orvo/fw-signing.pub
 FW_PRIVATE_KEY=sim/fw-signing.key
 FWUPDATE_DURATION_CONTROL=sim/fwupdate/duration-ms
+FWUPDATE_REBOOT_CONTROL=sim/fwupdate/reboot
 
 firmware_init() {  # <root>
   local root=$1 fwupdate fwimage
@@ -68,10 +69,16 @@ cmd_fwimage() {
   "$tool" build "${build_args[@]}" "$out" || die "fwimage: no image written"
 }
 
-fwupdate_control() {  # duration MS
-  [ $# -eq 2 ] && [ "$1" = duration ] && [[ $2 =~ ^[0-9]{1,7}$ ]] ||
-    die "ctl: usage: ctl [--root DIR] fwupdate duration MS"
-  local file="$CAMSIM_ROOT/$FWUPDATE_DURATION_CONTROL"
+fwupdate_control() {  # duration MS | reboot on|off
+  local file
+  if [ $# -eq 2 ] && [ "$1" = duration ] && [[ $2 =~ ^[0-9]{1,7}$ ]]; then
+    file="$CAMSIM_ROOT/$FWUPDATE_DURATION_CONTROL"
+  elif [ $# -eq 2 ] && [ "$1" = reboot ] && { [ "$2" = on ] || [ "$2" = off ]; }; then
+    # on: the camera restarts after flashing, as the device does.
+    file="$CAMSIM_ROOT/$FWUPDATE_REBOOT_CONTROL"
+  else
+    die "ctl: usage: ctl [--root DIR] fwupdate duration MS|reboot on|off"
+  fi
   mkdir -p -- "${file%/*}"
   printf '%s\n' "$2" >"$file.new" && mv -f -- "$file.new" "$file"
 }

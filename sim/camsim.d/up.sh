@@ -54,6 +54,10 @@ cmd_up() {
 
   if [ ! -d "$CAMSIM_ROOT" ] || folder_is_empty "$CAMSIM_ROOT"; then
     cmd_init --root "$CAMSIM_ROOT" >/dev/null
+    # A camera that `up` makes is a person's: it restarts after flashing as
+    # the device does. Roots made by `init` (the tests' shared cameras) keep
+    # their sessions through an upgrade.
+    fwupdate_control reboot on
   fi
   # Never scatter the device's folders into a directory init did not make.
   is_camera_root "$CAMSIM_ROOT" || die "up: $CAMSIM_ROOT is not a camera root (./camsim init)"
@@ -61,12 +65,25 @@ cmd_up() {
   link_reboot_tool "$CAMSIM_ROOT"
   record_sim_programs
 
+  install_console
   choose_daemons "$daemons"
   start_daemons
   # The web server must call the program by a path ending in "/rest.cgi".
   ln -sfn -- "$cgi" "$CAMSIM_ROOT/www/cgi-bin/rest.cgi"
   start_lighttpd "$port"
   base_url "$port"
+}
+
+# The web console is a plain folder of static files: a copy of console/ in
+# the document root, so every web server of the camera serves it as it is.
+# Whatever an earlier `up` copied is replaced; cgi-bin stays.
+install_console() {
+  local www="$CAMSIM_ROOT/www" entry
+  for entry in "$www"/* "$www"/.[!.]*; do
+    [ -e "$entry" ] || [ -L "$entry" ] || continue
+    [ "${entry##*/}" = cgi-bin ] || rm -rf -- "$entry"
+  done
+  cp -R -- "$CAMSIM_REPO/console/." "$www/"
 }
 
 start_lighttpd() {  # <port>

@@ -2,7 +2,8 @@
 // staged image itself, "flashes" a valid one (maker's or third party's: the
 // client has decided by asking for the upgrade), which takes a while, records
 // the new version in the camera description, removes the staged image and
-// asks for a reboot. A missing or damaged image is refused: exit 1 and a
+// asks for a reboot (and, with the control "reboot" on, restarts the camera
+// as the device does). A missing or damaged image is refused: exit 1 and a
 // line on standard error.
 #include <time.h>
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include "orvo/utils/file.h"
 #include "orvo/utils/firmware.h"
 #include "orvo/utils/paths.h"
+#include "orvo/utils/reboot.h"
 #include "orvo/variant/variant.h"
 
 namespace {
@@ -26,6 +28,9 @@ constexpr char kCameraInfo[] = "/etc/orvo/camera_info.json";
 // Test controls and records of the simulator, beside the camera's folders.
 constexpr char kDurationControl[] = "/sim/fwupdate/duration-ms";
 constexpr char kRebootRecord[] = "/sim/reboot-requested";
+constexpr char kRebootControl[] = "/sim/fwupdate/reboot";
+// Long enough for the upgrade's answer to leave before the restart.
+constexpr int kRebootDelaySeconds = 1;
 constexpr long kDefaultDurationMs = 1000;
 constexpr std::size_t kControlLimit = 64;
 
@@ -69,10 +74,18 @@ bool recordVersion(std::string const& version) {
   return info.ToJSONFile(path, true);
 }
 
-// The simulator has no reboot of its own yet: the request is recorded.
+// The request is always recorded; the restart itself only when a test (or a
+// person trying the web console) asked for it: shared test cameras keep
+// their sessions.
 bool requestReboot(std::string const& version) {
-  return orvo::utils::replaceFileAtomically(simFile(kRebootRecord), "fwupdate " + version + "\n",
-                                            0644, false);
+  if (!orvo::utils::replaceFileAtomically(simFile(kRebootRecord), "fwupdate " + version + "\n",
+                                          0644, false)) {
+    return false;
+  }
+  std::string control;
+  bool const restart = orvo::utils::readFileBounded(simFile(kRebootControl), kControlLimit, control) &&
+                       control.rfind("on", 0) == 0;
+  return !restart || orvo::utils::enqueueReboot(kRebootDelaySeconds);
 }
 
 int flash() {

@@ -2,7 +2,7 @@
 // on a free port, in a root under the build folder), and Debian's Chromium
 // driven by playwright-core (no browser of Playwright's own).
 import { execFile } from 'node:child_process';
-import { mkdtempSync, mkdirSync, rmSync } from 'node:fs';
+import { mkdtempSync, mkdirSync, readFileSync, rmSync } from 'node:fs';
 import { createServer } from 'node:net';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
@@ -88,4 +88,99 @@ const chromiumFlags = [
 
 export async function launchBrowser() {
   return chromium.launch({ executablePath: chromiumPath, headless: true, args: chromiumFlags });
+}
+
+// --- The web console -------------------------------------------------------
+
+// A page of the console with a watch on everything that goes wrong in it:
+// console errors, uncaught exceptions, failed requests, and answers of 400
+// and above that the test did not declare with expectStatus().
+export async function openConsole(browser, camera) {
+  const context = await browser.newContext({ acceptDownloads: true });
+  const page = await context.newPage();
+  const problems = [];
+  const expected = new Set();
+  const errorStatus = /status of (\d{3})/;
+  page.on('console', (message) => {
+    if (message.type() !== 'error') return;
+    const status = errorStatus.exec(message.text());
+    if (!status || !expected.has(Number(status[1]))) problems.push(`console: ${message.text()}`);
+  });
+  page.on('pageerror', (error) => problems.push(`exception: ${error.message}`));
+  page.on('requestfailed', (request) => {
+    // A download the test has saved ends the request on purpose.
+    if (request.failure()?.errorText !== 'net::ERR_ABORTED') {
+      problems.push(`failed: ${request.method()} ${request.url()} ${request.failure()?.errorText}`);
+    }
+  });
+  page.on('response', (response) => {
+    if (response.status() >= 400 && !expected.has(response.status())) {
+      problems.push(`answer: ${response.status()} ${response.request().method()} ${response.url()}`);
+    }
+  });
+  // What the camera sees of each request that changes state: it refuses
+  // those the browser marks as cross-site.
+  const changes = [];
+  page.on('request', async (request) => {
+    if (['GET', 'HEAD'].includes(request.method()) || !request.url().includes('/api/')) return;
+    const headers = await request.allHeaders();
+    changes.push({ method: request.method(), url: request.url(), origin: headers.origin,
+      site: headers['sec-fetch-site'] });
+  });
+  await page.goto(camera.baseUrl + '/');
+  return {
+    page,
+    context,
+    changes,
+    // Statuses this part of the test provokes on purpose.
+    expectStatus(...statuses) { for (const s of statuses) expected.add(s); },
+    clearExpected() { expected.clear(); },
+    problems() { return problems.splice(0); },
+  };
+}
+
+const axePath = () => join(sourceDir, 'tools/browser/node_modules/axe-core/axe.min.js');
+
+// axe-core's findings of serious or critical impact on the page as it stands.
+// The console's content security policy refuses inline scripts, so axe is
+// evaluated through the debugging protocol rather than added as a tag.
+export async function seriousViolations(page) {
+  if (!(await page.evaluate(() => Boolean(window.axe)))) await page.evaluate(readFileSync(axePath(), 'utf8'));
+  const results = await page.evaluate(() => window.axe.run(document, { resultTypes: ['violations'] }));
+  return results.violations
+    .filter((v) => v.impact === 'serious' || v.impact === 'critical')
+    .map((v) => `${v.id} (${v.impact}): ${v.nodes.map((n) => n.target.join(' ')).join(', ')}`);
+}
+
+// Screenshots are kept under <build>/artifacts/console/ (CI keeps them).
+export async function screenshot(page, name) {
+  const folder = join(buildDir, 'artifacts/console');
+  mkdirSync(folder, { recursive: true });
+  await page.screenshot({ path: join(folder, `${name}.png`), fullPage: true });
+}
+
+// The camera's API for a test's own checks and preparations, with a session
+// of its own (admin/admin): api('status'), api('settings', {method: 'PUT', json}).
+export async function apiSession(camera) {
+  const login = await fetch(`${camera.baseUrl}/api/1.2/login`, {
+    method: 'POST', headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify({ username: 'admin', password: 'admin' }),
+  });
+  if (login.status !== 200) throw new Error(`login answered ${login.status}`);
+  const cookie = login.headers.get('set-cookie').split(';')[0];
+  return async (endpoint, { method = 'GET', json } = {}) => {
+    const headers = { Cookie: cookie };
+    if (json !== undefined) headers['Content-Type'] = 'application/json';
+    const response = await fetch(`${camera.baseUrl}/api/1.2/${endpoint}`, {
+      method, headers, body: json === undefined ? undefined : JSON.stringify(json),
+    });
+    const type = response.headers.get('content-type') || '';
+    return { status: response.status, body: type.startsWith('application/json') ? await response.json() : null };
+  };
+}
+
+// Logs the page in through the login form (the camera past its first use).
+export async function logInThroughForm(page, password = 'admin') {
+  await page.getByLabel('Password').fill(password);
+  await page.getByRole('button', { name: 'Log in' }).click();
 }
