@@ -5,6 +5,9 @@
 # machine's real folders are never touched. A failed login must leave its
 # record in /var/log/btmp there; the emulator's system-call trace of a session
 # check must name /tmp/.rest_0_1.db; nothing may name or land in ORVO_ROOT.
+# The image and the scratch folder are opened before the empty file systems
+# hide them (a checkout under /tmp is hidden too): the image is copied into
+# the namespace's own /run, and what is seen is written through the open folder.
 # Usage: image_paths.sh <rest.cgi image> <scratch folder> <emulator words...>
 set -euo pipefail
 image=$(realpath -- "$1")
@@ -12,11 +15,6 @@ scratch=$(realpath -m -- "$2")
 shift 2
 emulator=("$@")
 [ ${#emulator[@]} -gt 0 ] || { echo "an emulator (qemu-aarch64) is needed for the trace" >&2; exit 2; }
-for path in "$image" "$scratch"; do
-  case "$path" in /tmp/*|/run/*|/var/log/*|/dev/*)
-    echo "$path would be hidden inside the namespace; use a folder elsewhere" >&2; exit 2 ;;
-  esac
-done
 
 if [ "$(id -u)" -eq 0 ]; then namespace=(unshare --mount --propagation private)
 else namespace=(unshare --map-root-user --mount --propagation private); fi
@@ -31,8 +29,12 @@ login='{"username":"admin","password":"not-the-password"}'
 "${namespace[@]}" env IMAGE="$image" SEEN="$scratch/seen" ROOT="$scratch/root" LOGIN="$login" \
   bash -s -- "${emulator[@]}" <<'INSIDE'
 set -eu
+exec 3<"$IMAGE" 4<"$SEEN"
 for folder in /tmp /run /var/log; do mount -t tmpfs device-paths "$folder"; done
 if [ -e /dev/log ]; then mount --bind /dev/null /dev/log; fi
+IMAGE=/run/rest.cgi.image
+cp /proc/$$/fd/3 "$IMAGE"
+SEEN=/proc/$$/fd/4
 run() {  # <trace file> <NAME=VALUE...>; the body is $LOGIN for a POST
   local trace=$1
   shift
