@@ -42,10 +42,10 @@ cmd_up() {
       die "up: building the AArch64 rest.cgi failed"
     CAMSIM_CGI_INTERPRETER=$(command -v qemu-aarch64) || die "up: qemu-aarch64 is not installed"
   elif [ -z "$cgi" ]; then
-    build_target rest.cgi
+    # rest.cgi, the API reference served at /docs/, and every simulator
+    # program a later camsim command runs (call, fwimage, ...).
+    build_target orvo_camera
     cgi="$(build_dir)/src/rest.cgi"
-    # The API reference served at /docs/.
-    build_target orvo_openapi
   fi
   [ -x "$cgi" ] || die "up: $cgi is not an executable"
   cgi=$(realpath -- "$cgi")
