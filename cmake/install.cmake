@@ -4,7 +4,8 @@
 #   /www/docs/                  the API reference (rendered docs/openapi.yaml)
 #   /etc/httpd.conf             BusyBox's httpd (document root /www)
 #   /etc/lighttpd/lighttpd.conf lighttpd (the same layout)
-#   /etc/orvo/fw-signing.pub    the maker's public firmware key (ORVO_FW_PUBLIC_KEY)
+#   /etc/orvo/fw-signing.pub    the maker's public firmware key (ORVO_FW_PUBLIC_KEY, set
+#                               when configuring or in the environment when installing)
 # The simulated daemons and platform tools (component "simulator", installed
 # only when asked for: --component simulator) take the places the program
 # runs them from: /bin/orvo_system_cfg, /bin/support, /sbin/fwupdate, and
@@ -22,11 +23,19 @@ install(FILES ${PROJECT_SOURCE_DIR}/device/lighttpd.conf DESTINATION etc/lighttp
 if(ORVO_API_REFERENCE_DIR)
   install(DIRECTORY ${ORVO_API_REFERENCE_DIR}/ DESTINATION www/docs)
 endif()
-if(ORVO_FW_PUBLIC_KEY)
-  install(FILES ${ORVO_FW_PUBLIC_KEY} DESTINATION etc/orvo RENAME fw-signing.pub)
-else()
-  install(CODE "message(WARNING \"no ORVO_FW_PUBLIC_KEY: /etc/orvo/fw-signing.pub not installed\")")
-endif()
+# The key may also be named when installing (environment ORVO_FW_PUBLIC_KEY).
+install(CODE "set(orvo_fw_key \"${ORVO_FW_PUBLIC_KEY}\")")
+install(CODE [[
+  if(NOT orvo_fw_key)
+    set(orvo_fw_key "$ENV{ORVO_FW_PUBLIC_KEY}")
+  endif()
+  if(orvo_fw_key)
+    file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/etc/orvo" TYPE FILE RENAME fw-signing.pub
+         FILES "${orvo_fw_key}")
+  else()
+    message(WARNING "no ORVO_FW_PUBLIC_KEY: /etc/orvo/fw-signing.pub not installed")
+  endif()
+]])
 
 install(TARGETS orvo_system_cfg RUNTIME DESTINATION bin COMPONENT simulator EXCLUDE_FROM_ALL)
 install(PROGRAMS $<TARGET_FILE:orvo_support> DESTINATION bin RENAME support COMPONENT simulator
