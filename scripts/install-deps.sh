@@ -4,6 +4,8 @@
 # Does nothing when they are all present.
 #   --device   also the device build's: the AArch64 cross compiler, the arm64
 #              libraries we link (Debian multiarch) and qemu user-mode emulation
+#   --vm       also the virtual camera's (./camsim vm up): the device build's,
+#              qemu-system-aarch64, cpio, e2fsprogs, socat
 set -euo pipefail
 
 packages=(
@@ -14,6 +16,7 @@ packages=(
   libjpeg-dev zlib1g-dev            # the simulated camera: still image, support bundle
   libsodium-dev                     # firmware signatures, password hashes (static archive)
   lighttpd curl                     # the simulated camera's web server, the tests' HTTP client
+  busybox                           # its second web server (camsim up --server busybox)
   openssl                           # camsim hashes the simulated account's password
   hyperfine valgrind                # whole-process benchmarks (times, instruction counts)
   shellcheck                        # the scripts are checked by the test suite
@@ -25,9 +28,17 @@ device_packages=(
   libgtest-dev:arm64 libgmock-dev:arm64
   libsodium-dev:arm64 zlib1g-dev:arm64 libjpeg-dev:arm64
 )
-if [ "${1:-}" = --device ]; then
-  packages+=("${device_packages[@]}")
-fi
+# The virtual camera's: the AArch64 system emulator, the initramfs and disk
+# tools, and the serial console's client (the arm64 kernel and BusyBox are
+# downloaded as packages into the build, never installed).
+vm_packages=(qemu-system-arm cpio e2fsprogs socat)
+for option in "$@"; do
+  case "$option" in
+    --device) packages+=("${device_packages[@]}") ;;
+    --vm) packages+=("${device_packages[@]}" "${vm_packages[@]}") ;;
+    *) echo "install-deps: unknown option $option" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for p in "${packages[@]}"; do

@@ -31,14 +31,22 @@ int CGIResponse::Commit() {
   std::string const& text = body.str();
   std::string out;
   out.reserve(text.size() + 128);
+  auto append = [&out](std::string const& name, std::string const& value) {
+    out += name;
+    out += ": ";
+    out += value;
+    out += "\r\n";
+  };
+  // "Status" leaves first: BusyBox's httpd reads the status only from the
+  // first line and answers 200 otherwise. The others follow in name order.
+  auto const status = headers.find("Status");
+  if (status != headers.end()) append(status->first, status->second);
   for (auto const& header : headers) {
+    if (header.first == "Status") continue;
     // An empty answer carries no content type.
     bool isContentType = strcasecmp(header.first.c_str(), "content-type") == 0;
     if (isContentType && (header.second.empty() || text.empty())) continue;
-    out += header.first;
-    out += ": ";
-    out += header.second;
-    out += "\r\n";
+    append(header.first, header.second);
   }
   out += "Connection: close\r\n\r\n";
   out += text;

@@ -73,8 +73,9 @@ typedef struct {
 
 typedef struct s_cgi s_cgi;
 
-/* Reads REQUEST_METHOD, CONTENT_TYPE, CONTENT_LENGTH, QUERY_STRING and
- * standard input. NULL on refusal or when there is nothing to parse. */
+/* Reads REQUEST_METHOD, CONTENT_TYPE, CONTENT_LENGTH (HTTP_CONTENT_LENGTH
+ * when unset), QUERY_STRING and standard input. NULL on refusal or when
+ * there is nothing to parse. */
 s_cgi* cgiInit(void);
 
 /* cgiInit with explicit inputs (NULL = unset) and body descriptor; reads at

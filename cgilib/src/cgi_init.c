@@ -141,6 +141,10 @@ s_cgi* cgiInitFrom(const char* method, const char* contentType, const char* cont
 }
 
 s_cgi* cgiInit(void) {
-  return cgiInitFrom(getenv("REQUEST_METHOD"), getenv("CONTENT_TYPE"), getenv("CONTENT_LENGTH"),
+  /* BusyBox's httpd sets CONTENT_LENGTH for POST only; a PUT's length comes
+   * as the client's header, HTTP_CONTENT_LENGTH. */
+  const char* length = getenv("CONTENT_LENGTH");
+  if (!length) length = getenv("HTTP_CONTENT_LENGTH");
+  return cgiInitFrom(getenv("REQUEST_METHOD"), getenv("CONTENT_TYPE"), length,
                      getenv("QUERY_STRING"), STDIN_FILENO);
 }

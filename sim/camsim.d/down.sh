@@ -11,13 +11,14 @@ cmd_down() {
   [ $# -eq 0 ] || die "down: unknown option '$1'"
   # A restart under way finishes first; one asked for later finds nothing running.
   is_camera_root "$CAMSIM_ROOT" && hold_reboot_lock
-  local pid
-  if pid=$(running_lighttpd_pid); then
-    stop_process "$pid" lighttpd "$DOWN_WAIT_SECONDS"
-    echo "lighttpd stopped (pid $pid)"
+  local pid server
+  server=$(web_server)
+  if pid=$(running_web_server_pid); then
+    stop_process "$pid" "$server" "$DOWN_WAIT_SECONDS"
+    echo "$server stopped (pid $pid)"
   else
-    echo "lighttpd was not running"
+    echo "$server was not running"
   fi
-  rm -f -- "$(lighttpd_pid_file)"
+  rm -f -- "$(web_server_pid_file)"
   stop_daemons
 }

@@ -23,7 +23,7 @@ cmd_init() {
     # Never wipe a folder that init did not make.
     is_camera_root "$root" || die "init: $root is not a camera root, not removing it"
     local pid
-    if pid=$(running_lighttpd_pid); then
+    if pid=$(running_web_server_pid); then
       die "init: the camera in $root is running (pid $pid); ./camsim down first"
     fi
     rm -rf -- "$root"

@@ -24,7 +24,7 @@ CAMERA_FOLDERS=(
   var/log var/run
   run run/lock run/lock/orvo run/orvo
   www www/cgi-bin
-  sim sim/lighttpd
+  sim sim/lighttpd sim/busybox
 )
 
 # Marks a folder as a camera root made by `init`; only such a folder is ever
@@ -77,20 +77,28 @@ folder_is_empty() {  # <folder>
   [ ${#entries[@]} -eq 0 ]
 }
 
-# The simulator's web server files, all inside the root.
-lighttpd_dir() { echo "$CAMSIM_ROOT/sim/lighttpd"; }
-lighttpd_pid_file() { echo "$(lighttpd_dir)/lighttpd.pid"; }
-lighttpd_port_file() { echo "$(lighttpd_dir)/port"; }
+# The simulator's web server: lighttpd, or BusyBox's httpd ("busybox";
+# `up --server busybox`). `up` records its choice; its files, all inside the
+# root, are in sim/<server>/.
+web_server_record() { echo "$CAMSIM_ROOT/sim/web-server"; }
+web_server() {
+  local name=lighttpd
+  { read -r name <"$(web_server_record)"; } 2>/dev/null || true
+  case "$name" in busybox) echo busybox ;; *) echo lighttpd ;; esac
+}
+web_server_dir() { echo "$CAMSIM_ROOT/sim/$(web_server)"; }
+web_server_pid_file() { echo "$(web_server_dir)/$(web_server).pid"; }
+web_server_port_file() { echo "$(web_server_dir)/port"; }
 
-# Prints the pid of the root's lighttpd when it is running, else fails.
-running_lighttpd_pid() {
+# Prints the pid of the root's web server when it is running, else fails.
+running_web_server_pid() {
   local pid_file pid
-  pid_file=$(lighttpd_pid_file)
+  pid_file=$(web_server_pid_file)
   [ -s "$pid_file" ] || return 1
   pid=$(<"$pid_file")
   [[ $pid =~ ^[0-9]+$ ]] || return 1
-  # A stale pid file may name a recycled pid: it must still be lighttpd.
-  [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = lighttpd ] || return 1
+  # A stale pid file may name a recycled pid: it must still be the server.
+  [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = "$(web_server)" ] || return 1
   process_alive "$pid" || return 1
   echo "$pid"
 }

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 describe_command reboot "reboot [--root DIR] [--delay SECONDS]" \
-  "restart the camera as the device does: daemons stop, /tmp is emptied, daemons start again (lighttpd keeps serving)"
+  "restart the camera as the device does: daemons stop, /tmp is emptied, daemons start again (the web server keeps serving)"
 
 # A camera takes a moment to go down after the request: the answer to the
 # request that asked for the restart is out by then.
@@ -46,7 +46,7 @@ cmd_reboot() {
 
 # Anything of the camera running: the web server or a daemon.
 camera_running() {
-  running_lighttpd_pid >/dev/null && return 0
+  running_web_server_pid >/dev/null && return 0
   local daemon
   for daemon in "${SIM_DAEMONS[@]}"; do
     running_daemon_pid "$daemon" >/dev/null && return 0

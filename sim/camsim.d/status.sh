@@ -12,10 +12,10 @@ cmd_status() {
     return 0
   fi
   local pid
-  if pid=$(running_lighttpd_pid); then
-    echo "lighttpd: running (pid $pid) at $(base_url "$(cat "$(lighttpd_port_file)")")"
+  if pid=$(running_web_server_pid); then
+    echo "$(web_server): running (pid $pid) at $(base_url "$(cat "$(web_server_port_file)")")"
   else
-    echo "lighttpd: not running"
+    echo "$(web_server): not running"
   fi
   status_daemons
   status_reboots

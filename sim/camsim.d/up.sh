@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device] [--daemons NAME,...]" \
-  "build rest.cgi and the API reference, serve them with lighttpd on 127.0.0.1:N (8080), the reference at /docs/; --device: the AArch64 build, under qemu; --daemons: only these daemons (all nine by default, \"none\" for none)"
+describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device] [--server lighttpd|busybox] [--daemons NAME,...]" \
+  "build rest.cgi and the API reference, serve them with lighttpd (or --server busybox: BusyBox's httpd) on 127.0.0.1:N (8080), the reference at /docs/; --device: the AArch64 build, under qemu; --daemons: only these daemons (all nine by default, \"none\" for none)"
 
 # How long `up` waits for the web server to answer.
 UP_WAIT_SECONDS=10
@@ -8,7 +8,7 @@ UP_WAIT_SECONDS=10
 cmd_up() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
-  local port=8080 cgi="" device=false daemons=""
+  local port=8080 cgi="" device=false daemons="" server=lighttpd
   while [ $# -gt 0 ]; do
     case "$1" in
       --port) [ $# -ge 2 ] || die "up: --port needs a number"; port=$2; shift ;;
@@ -18,19 +18,23 @@ cmd_up() {
       --device) device=true ;;
       # A camera that needs fewer daemons starts faster.
       --daemons) [ $# -ge 2 ] || die "up: --daemons needs a list"; daemons=$2; shift ;;
+      --server) [ $# -ge 2 ] || die "up: --server needs lighttpd or busybox"; server=$2; shift ;;
       *) die "up: unknown option '$1'" ;;
     esac
     shift
   done
   [[ $port =~ ^[0-9]+$ ]] && [ "$port" -ge 1 ] && [ "$port" -le 65535 ] ||
     die "up: invalid port '$port'"
+  case "$server" in lighttpd|busybox) ;; *) die "up: unknown server '$server' (lighttpd or busybox)" ;; esac
+  # BusyBox's httpd would start the emulator, not rest.cgi, with the bare name.
+  [ "$server" = lighttpd ] || ! $device || die "up: --device is served by lighttpd only"
   # The root is pasted into the configuration's quoted strings.
   [[ $CAMSIM_ROOT != *[\"\\#\&]* ]] || die "up: the root path may not hold quotes, backslashes, # or &"
 
   local pid
-  if pid=$(running_lighttpd_pid); then
+  if pid=$(running_web_server_pid); then
     echo "camsim: already running for $CAMSIM_ROOT (pid $pid)" >&2
-    base_url "$(cat "$(lighttpd_port_file)" 2>/dev/null || echo "$port")"
+    base_url "$(cat "$(web_server_port_file)" 2>/dev/null || echo "$port")"
     return 0
   fi
 
@@ -70,7 +74,9 @@ cmd_up() {
   start_daemons
   # The web server must call the program by a path ending in "/rest.cgi".
   ln -sfn -- "$cgi" "$CAMSIM_ROOT/www/cgi-bin/rest.cgi"
-  start_lighttpd "$port"
+  mkdir -p -- "$CAMSIM_ROOT/sim/$server"
+  echo "$server" >"$(web_server_record)"
+  "start_$server" "$port"
   base_url "$port"
 }
 
@@ -88,14 +94,14 @@ install_console() {
 
 start_lighttpd() {  # <port>
   local port=$1 dir
-  dir=$(lighttpd_dir)
+  dir=$(web_server_dir)
   local config="$dir/lighttpd.conf" error_log="$dir/error.log"
   # lighttpd runs "<interpreter> <root>/www/cgi-bin/rest.cgi": argv[0] keeps the name.
   sed -e "s#@ROOT@#$CAMSIM_ROOT#g" -e "s#@PORT@#$port#g" \
     -e "s#@CGI_INTERPRETER@#${CAMSIM_CGI_INTERPRETER:-}#g" -e "s#@DOCS@#$(docs_dir)#g" \
     "$CAMSIM_REPO/sim/lighttpd.conf.in" >"$config"
-  echo "$port" >"$(lighttpd_port_file)"
-  rm -f -- "$(lighttpd_pid_file)"
+  echo "$port" >"$(web_server_port_file)"
+  rm -f -- "$(web_server_pid_file)"
   : >"$error_log"
 
   local output
@@ -105,13 +111,17 @@ start_lighttpd() {  # <port>
     stop_daemons >&2
     die "up: lighttpd did not start"
   fi
-  wait_until_answering "$port" || {
-    show_error_log "$error_log"
-    local pid
-    if pid=$(running_lighttpd_pid); then stop_process "$pid" lighttpd 5; fi
-    stop_daemons >&2
-    die "up: no HTTP answer on port $port within ${UP_WAIT_SECONDS}s"
-  }
+  await_web_server "$port" "$error_log"
+}
+
+# Fails `up` when the server does not answer in time, stopping what started.
+await_web_server() {  # <port> <error log>
+  wait_until_answering "$1" && return 0
+  show_error_log "$2"
+  local pid
+  if pid=$(running_web_server_pid); then stop_process "$pid" "$(web_server)" 5; fi
+  stop_daemons >&2
+  die "up: no HTTP answer on port $1 within ${UP_WAIT_SECONDS}s"
 }
 
 # The rendered API reference of the PC build that serves rest.cgi, or of the
@@ -131,7 +141,7 @@ wait_until_answering() {  # <port>
     if curl -s -o /dev/null --max-time 1 "$(base_url "$1")/"; then
       return 0
     fi
-    running_lighttpd_pid >/dev/null || return 1
+    running_web_server_pid >/dev/null || return 1
     sleep 0.1
     tries=$((tries - 1))
   done

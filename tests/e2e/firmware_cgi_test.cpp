@@ -31,7 +31,7 @@ std::string readFile(std::string const& path) {
 }
 
 std::string json200(std::string const& body) {
-  return "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n" + body;
+  return "Status: 200\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n" + body;
 }
 
 // Direct runs in one shared root; whatever a test left at the staged

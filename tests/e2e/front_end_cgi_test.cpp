@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 constexpr char kClientAddress[] = "192.0.2.10";
 
 constexpr char kVersionAnswer[] =
-    "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n"
+    "Status: 200\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n"
     "{\"version\":\"1.2\"}";
 constexpr char kEmpty200[] = "Status: 200\r\nConnection: close\r\n\r\n";
 constexpr char kEmpty401[] = "Status: 401\r\nConnection: close\r\n\r\n";

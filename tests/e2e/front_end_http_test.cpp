@@ -1,6 +1,7 @@
 // The request front end through the simulated camera's web server: lighttpd
-// runs rest.cgi as a CGI program, turns its Status header into the HTTP
-// status line and hands ORVO_ROOT to it, so records land in the camera's log.
+// (or BusyBox's httpd) runs rest.cgi as a CGI program, turns its Status header
+// into the HTTP status line and hands ORVO_ROOT to it, so records land in the
+// camera's log.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,15 +26,18 @@ using FrontEndHttp = SharedCameraTest;
 
 // The CGI's own headers arrive; its Status header became the status line.
 void expectVersionAnswer(HttpResponse const& response) {
-  EXPECT_EQ(response.statusLine, "HTTP/1.1 200 OK");
+  EXPECT_EQ(response.statusLine, statusLineOf(200));
   EXPECT_EQ(response.header("Content-Type"), "application/json");
-  EXPECT_EQ(response.header("Content-Length"), std::to_string(sizeof kVersionBody - 1));
+  // lighttpd counts the body; BusyBox's httpd sends it as it comes and closes.
+  if (testWebServer() == "lighttpd") {
+    EXPECT_EQ(response.header("Content-Length"), std::to_string(sizeof kVersionBody - 1));
+  }
   EXPECT_FALSE(response.header("Status").has_value());
   EXPECT_EQ(response.body, kVersionBody);
 }
 
 void expectEmpty500(HttpResponse const& response) {
-  EXPECT_EQ(response.statusLine, "HTTP/1.1 500 Internal Server Error");
+  EXPECT_EQ(response.statusLine, statusLineOf(500));
   EXPECT_FALSE(response.header("Content-Type").has_value());
   EXPECT_FALSE(response.header("Status").has_value());
   EXPECT_EQ(response.body, "");
@@ -71,7 +75,7 @@ TEST_F(FrontEndHttp, PostToVersionAnswers500) {
 
 TEST_F(FrontEndHttp, OptionsAnswers200WithoutBody) {
   HttpResponse response = camera().request({"OPTIONS", "/api/1.2/status", {}, {}});
-  EXPECT_EQ(response.statusLine, "HTTP/1.1 200 OK");
+  EXPECT_EQ(response.statusLine, statusLineOf(200));
   EXPECT_FALSE(response.header("Content-Type").has_value());
   EXPECT_EQ(response.body, "");
   EXPECT_THAT(logSummaries(),
@@ -80,7 +84,7 @@ TEST_F(FrontEndHttp, OptionsAnswers200WithoutBody) {
 
 TEST_F(FrontEndHttp, UnauthenticatedRequestAnswers401WithTheClientAddress) {
   HttpResponse response = camera().get("/api/1.2/status");
-  EXPECT_EQ(response.statusLine, "HTTP/1.1 401 Unauthorized");
+  EXPECT_EQ(response.statusLine, statusLineOf(401));
   EXPECT_EQ(response.body, "");
   EXPECT_THAT(logSummaries(),
               ElementsAre("orvo_cgi info orvo_cgi: src/rest:authenticate: No way to authenticate the "

@@ -114,8 +114,8 @@ TEST_F(MaintenanceCgi, ResetImageWithoutAnAnswerIsEmpty) {
   BrokenDaemon isp(root_, "orvo_ispserver");
   CgiResult answer = call("GET", "1.1/reset_image");
   EXPECT_EQ(answer.exitCode, 0);
-  EXPECT_EQ(answer.headers, (Headers{{"Content-Type", "application/json"},
-                                     {"Status", "200"},
+  EXPECT_EQ(answer.headers, (Headers{{"Status", "200"},
+                                     {"Content-Type", "application/json"},
                                      {"Connection", "close"}}));
   EXPECT_EQ(answer.body, R"({"isp":null})");
   EXPECT_TRUE(recordsOf("rest_reset_image").empty());

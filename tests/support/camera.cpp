@@ -34,7 +34,7 @@ void camsim(CameraRoot const& root, std::string const& command,
 }
 
 SimulatedCamera::SimulatedCamera(DaemonList const& daemons) {
-  std::vector<std::string> options = {"--cgi", restCgiPath()};
+  std::vector<std::string> options = {"--cgi", restCgiPath(), "--server", testWebServer()};
   if (!daemons.empty()) {
     std::string list;
     for (auto const& daemon : daemons) list += (list.empty() ? "" : ",") + daemon;

@@ -66,7 +66,7 @@ HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoi
   process.program = ORVO_CURL;
   process.argv = {"curl", "-sS", "-i", "--noproxy", "*", "--max-time", "60", "-H", cookieHeader,
                   "-F", field + "=@" + path + ";type=application/octet-stream",
-                  camera.baseUrl() + "/api/1.2/" + endpoint};
+                  camera.baseUrl() + targetForWebServer("/api/1.2/" + endpoint)};
   process.env = inheritedEnvironment();
   process.limit = std::chrono::seconds(70);
   ProcessResult result = runProcess(process);

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 namespace orvo {
@@ -64,6 +65,33 @@ std::optional<HttpResponse> parseHttpResponse(std::string const& raw) {
   }
 }
 
+std::string const& testWebServer() {
+  static std::string const server = [] {
+    char const* name = std::getenv("ORVO_TEST_WEB_SERVER");
+    return std::string(name && std::string(name) == "busybox" ? "busybox" : "lighttpd");
+  }();
+  return server;
+}
+
+std::string targetForWebServer(std::string const& target) {
+  if (testWebServer() != "busybox" || target.rfind("/api/", 0) != 0) return target;
+  std::string id = target.substr(5);
+  size_t const query = id.find('?');
+  if (query != std::string::npos) id[query] = '&';
+  return "/cgi-bin/rest.cgi?id=" + id;
+}
+
+std::string statusLineOf(int status) {
+  std::string line = "HTTP/1.1 " + std::to_string(status);
+  if (testWebServer() == "busybox") return line;
+  switch (status) {
+    case 200: return line + " OK";
+    case 401: return line + " Unauthorized";
+    case 500: return line + " Internal Server Error";
+    default: return line;
+  }
+}
+
 HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
                          std::string const& sourceAddress) {
   ProcessSpec process;
@@ -85,7 +113,7 @@ HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,
     process.argv.push_back("@-");
     process.input = *request.body;
   }
-  process.argv.push_back(baseUrl + request.target);
+  process.argv.push_back(baseUrl + targetForWebServer(request.target));
   process.env = inheritedEnvironment();
   ProcessResult result = runProcess(process);
   EXPECT_TRUE(result.exited && result.exitCode == 0) << "curl failed: " << result.err;

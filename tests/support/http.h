@@ -32,7 +32,19 @@ struct HttpRequest {
   std::optional<std::string> body;   // sent as is when set
 };
 
-// Sends the request with curl; a transport failure fails the calling test.
+// The web server the tests run the camera behind: "lighttpd", or "busybox"
+// when ORVO_TEST_WEB_SERVER says so.
+std::string const& testWebServer();
+
+// BusyBox's httpd rewrites no URL: behind it "/api/<id>[?query]" is asked
+// as "/cgi-bin/rest.cgi?id=<id>[&query]". Any other target stays.
+std::string targetForWebServer(std::string const& target);
+
+// The status line the test web server writes for `status`: lighttpd's
+// carries the reason phrase, BusyBox's only the number.
+std::string statusLineOf(int status);
+
+// Sends the request with curl (the target as targetForWebServer makes it); a transport failure fails the calling test.
 // `sourceAddress`, when not empty, is the local address to connect from
 // (another loopback address such as "127.0.0.2" looks like another client).
 HttpResponse httpRequest(std::string const& baseUrl, HttpRequest const& request,

@@ -157,7 +157,7 @@ TEST(Dispatch, VersionAnswersOnlyGet) {
   CgiResult ok = dispatch("GET", "1.2/version");
   EXPECT_EQ(ok.returned(), 0);
   EXPECT_EQ(ok.out,
-            "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n"
+            "Status: 200\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n"
             "{\"version\":\"1.2\"}");
   CgiResult post = dispatch("POST", "1.2/version");
   EXPECT_EQ(post.returned(), -1);

@@ -81,6 +81,23 @@ TEST(CGIRequest, JsonContentTypeIsCutAtSemicolon) {
   EXPECT_NE(run.out.find("ct [application/json]"), std::string::npos);
 }
 
+// BusyBox's httpd passes a PUT's length only as the client's header.
+TEST(CGIRequest, PutLengthFromTheHeaderWhenTheServerSetsNone) {
+  std::string const body = R"({"a":2})";
+  CgiResult run = runAsCgi({{"REQUEST_METHOD", "PUT"},
+                            {"CONTENT_TYPE", "application/json"},
+                            {"HTTP_CONTENT_LENGTH", std::to_string(body.size())}},
+                           body, dumpRequest);
+  EXPECT_NE(run.out.find("json {\"a\":2}\n"), std::string::npos) << run.out;
+  // The server's own length wins over the header.
+  CgiResult both = runAsCgi({{"REQUEST_METHOD", "PUT"},
+                             {"CONTENT_TYPE", "application/json"},
+                             {"CONTENT_LENGTH", std::to_string(body.size())},
+                             {"HTTP_CONTENT_LENGTH", "x"}},
+                            body, dumpRequest);
+  EXPECT_NE(both.out.find("json {\"a\":2}\n"), std::string::npos) << both.out;
+}
+
 TEST(CGIRequest, ContentTypeIsNotTrimmed) {
   CgiResult run = send("POST", "application/json ; charset=utf-8", R"({"a":1})");
   EXPECT_NE(run.out.find("json null\n"), std::string::npos) << run.out;
