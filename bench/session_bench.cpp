@@ -95,7 +95,8 @@ void writeSessions(std::string const& root, std::size_t count) {
             std::to_string(first + i) + ",\n    \"remote-addr\": \"" + kAddr + "\"\n  }";
   }
   text += "\n}";
-  std::string path = root + "/tmp/.rest_0_1.db";
+  mkdir((root + "/tmp/.rest").c_str(), 0700);  // rest.cgi's own folder, as it makes it
+  std::string path = root + "/tmp/.rest/.rest_0_1.db";
   std::ofstream(path, std::ios::trunc) << text;
   chmod(path.c_str(), 0600);
 }
@@ -167,11 +168,11 @@ int main(int argc, char** argv) {
   for (int i = 0; i < runs; ++i) {
     for (Root* root : {&empty, &full}) root->checks.push_back(run(program, checkCall(*root), sink));
   }
-  std::string const emptyDb = readAll(empty.path + "/tmp/.rest_0_1.db");
+  std::string const emptyDb = readAll(empty.path + "/tmp/.rest/.rest_0_1.db");
   for (int i = 0; i < runs; ++i) {
     // The empty root starts each login from its one session again; the full
     // one stays at the cap, each login evicting the oldest.
-    std::ofstream(empty.path + "/tmp/.rest_0_1.db", std::ios::trunc) << emptyDb;
+    std::ofstream(empty.path + "/tmp/.rest/.rest_0_1.db", std::ios::trunc) << emptyDb;
     for (Root* root : {&empty, &full}) {
       root->logins.push_back(run(program, loginCall(*root, bodyFile), sink));
     }

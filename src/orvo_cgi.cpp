@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "rest_log.h"
-#include "orvo/utils/paths.h"
 
 namespace orvo {
 namespace cgi {
@@ -66,8 +65,7 @@ std::string HtmlDecode(std::string const& text) {
 }
 
 CGIRequest::CGIRequest() {
-  // Uploads land in the device's /tmp (moved under a simulated camera root).
-  cgiSetTempDir(orvo::utils::devicePath("/tmp").c_str());
+  cgiDeferMultipart(1);
   cgi = cgiInit();
   cgiDebug(0, 0);
   Parse();
@@ -113,7 +111,7 @@ void CGIRequest::ParseQuery() {
   }
 }
 
-void CGIRequest::ParseForm() {
+void CGIRequest::ParseForm() const {
   if (char** names = cgi ? cgiGetVariables(cgi) : nullptr) {
     for (char** name = names; *name; ++name) {
       char const* value = cgiGetValue(cgi, *name);
@@ -134,6 +132,16 @@ void CGIRequest::ParseForm() {
     }
     cgiFreeList(names);
   }
+}
+
+bool CGIRequest::ReadUploads(std::string const& folder) const {
+  if (cgi == nullptr || method != "POST" || contentType == "application/json") return true;
+  cgiSetTempDir(folder.c_str());
+  cgi_error const error = cgiReadMultipart(cgi);
+  form.clear();
+  files.clear();
+  ParseForm();
+  return error == CGI_OK;
 }
 
 // POST and PUT log the same failure at different levels (4 and 3).

@@ -39,7 +39,8 @@ class CGIRequest {
     std::string tmpfile;   // where the upload waits on the device
   };
 
-  // Reads the CGI environment and standard input and parses everything.
+  // Reads the CGI environment and parses it, and a JSON or form body. A
+  // multipart body stays unread on the input until ReadUploads.
   CGIRequest();
   CGIRequest(CGIRequest const&) = delete;
   CGIRequest& operator=(CGIRequest const&) = delete;
@@ -69,6 +70,13 @@ class CGIRequest {
   void CookiesKVP(std::map<std::string, std::string>& out) const { out = cookies; }
   std::string const& CookieValueByName(std::string const& name) const;
 
+  // Reads a multipart body left on the input: its files are stored in
+  // `folder` and its fields and files then seen by the accessors. Only the
+  // endpoints that take files ask, once the caller is known, so nobody else
+  // can make this program store a body. False when the body is refused
+  // (like one cgiInit refuses): nothing of it is kept then.
+  bool ReadUploads(std::string const& folder) const;
+
   bool HasAuthToken() const;
   orvo::variant::Variant const& Json() const { return json; }
 
@@ -78,14 +86,15 @@ class CGIRequest {
  private:
   void Parse();
   void ParseQuery();
-  void ParseForm();
+  void ParseForm() const;
   void ParseJsonBody(int failureLevel);
   void ParseCookies(char const* header);
 
   s_cgi* cgi = nullptr;
   std::multimap<std::string, std::string> query;
-  std::multimap<std::string, std::string> form;
-  std::multimap<std::string, CgiFileInfo> files;
+  // Filled again by ReadUploads, the one part of parsing done late.
+  mutable std::multimap<std::string, std::string> form;
+  mutable std::multimap<std::string, CgiFileInfo> files;
   std::map<std::string, std::string> cookies;
   orvo::variant::Variant json;
   std::string queryString;

@@ -51,7 +51,7 @@ bool AuthenticateByUUID(CGIRequest const& request, CGIResponse& response) {
   }
   Variant db;
   std::string problem;
-  if (readSessionFor(orvo::utils::devicePath(kSessionDbPath), id, db, problem) !=
+  if (readSessionFor(sessionDbFile(), id, db, problem) !=
       SessionDbRead::kRead) {
     if (!problem.empty()) {
       ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s", kSessionDbPath, problem.c_str());
@@ -170,6 +170,6 @@ bool AuthenticateByAuthToken(CGIRequest const& request, CGIResponse& response, s
 bool AuthenticateBySession(CGIRequest const& request, CGIResponse& response, std::string const&,
                            std::string const&, std::string const&) {
   // No database yet: nobody has logged in, and that is no error worth a line.
-  if (!fileExists(orvo::utils::devicePath(kSessionDbPath), true)) return false;
+  if (!fileExists(sessionDbFile(), true)) return false;
   return AuthenticateByUUID(request, response);
 }

@@ -1,7 +1,8 @@
 // id=<version>/check (any method): tests the header of the uploaded image
-// "fwfile" and discards it. 200 for a valid header, 400 otherwise, never a
-// body; the scratch file /tmp/fwupdate.bin is gone afterwards in every case,
-// so a check also discards an image staged by an earlier upload.
+// "fwfile" and discards it. 200 for a valid header, 400 otherwise (429 while
+// another upload runs), never a body; the scratch file, the staged image's
+// place /tmp/.rest/fwupdate.bin, is gone afterwards in every case, so a
+// check also discards an image staged by an earlier upload.
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,7 +10,6 @@
 #include "firmware_upload.h"
 #include "handlers.h"
 #include "orvo/utils/firmware.h"
-#include "orvo/utils/paths.h"
 #include "rest_log.h"
 
 namespace orvo::rest::check {
@@ -25,16 +25,20 @@ ORVO_REST_HANDLER(rest_check_main) {
   setLogFpSts(0);
 
   response.SetStatus(orvo::cgi::kHttpBadRequest);
+  orvo::rest::PrivateDir dir;
+  if (!dir.Open()) return response.Commit();
+  InterProcessMutex uploading(orvo::rest::kUploadLockName, false);
+  if (!orvo::rest::ReceiveFwUpload(request, response, dir, uploading)) return response.Commit();
   std::string const saved = request.FormFileByName(orvo::rest::kFwUploadField).tmpfile;
-  std::string const staged = orvo::utils::devicePath(orvo::rest::kStagedFwImage);
-  if (!orvo::rest::StageFwUpload(saved, staged)) {
+  if (!orvo::rest::StageFwUpload(dir, saved)) {
     ORVO_LOG("rest_check_main", LOG_ERR, errno, "Can't move received file '%s'", saved.c_str());
     int const result = response.Commit();
-    ::unlink(saved.c_str());
+    if (!saved.empty()) ::unlink(saved.c_str());
+    orvo::rest::RemoveStagedImage(dir);
     return result;
   }
   orvo::utils::File image;
-  if (!image.Initialize(staged, 0, 0)) {
+  if (!image.Initialize(dir.Path() + "/" + orvo::rest::kStagedFwName, 0, 0)) {
     ORVO_LOG("rest_check_main", LOG_ERR, 0, "Can't open received file '%s'", saved.c_str());
   } else if (orvo::utils::ValidateFwHdr(image)) {
     response.SetStatus(orvo::cgi::kHttpOk);
@@ -42,6 +46,6 @@ ORVO_REST_HANDLER(rest_check_main) {
     ORVO_LOG("rest_check_main", LOG_ERR, 0, "Bad firmware image");
   }
   int const result = response.Commit();
-  ::unlink(staged.c_str());
+  orvo::rest::RemoveStagedImage(dir);
   return result;
 }

@@ -1,8 +1,9 @@
 // id=<version>/firmware (any method): the multipart upload "fwfile" becomes
-// the staged image /tmp/fwupdate.bin and is checked. A valid image stays for
-// the upgrade, the maker's and a third party's alike (the client decides);
-// a bad one is removed and answered 200 with "badFwImage". Only a failure to
-// store the upload answers 400.
+// the staged image /tmp/.rest/fwupdate.bin and is checked. A valid image
+// stays for the upgrade, the maker's and a third party's alike (the client
+// decides), with the record the upgrade checks it against; a bad one is
+// removed and answered 200 with "badFwImage". Only a failure to store the
+// upload answers 400; a second upload while one runs answers 429.
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,7 +11,6 @@
 #include "firmware_upload.h"
 #include "handlers.h"
 #include "orvo/utils/firmware.h"
-#include "orvo/utils/paths.h"
 #include "rest_log.h"
 
 namespace orvo::rest::firmware {
@@ -20,12 +20,12 @@ namespace {
 constexpr char kLogFile[] = "src/rest_firmware";
 
 // Fills "updateStatus" (and "updatedFwVersion" once the image validated);
-// removes the staged image when it is bad.
-void CheckStagedImage(orvo::utils::File& image, std::string const& staged, orvo::variant::Variant& reply) {
+// removes the staged image when it is bad, records it when it is kept.
+void CheckStagedImage(orvo::utils::File& image, PrivateDir const& dir, orvo::variant::Variant& reply) {
   if (!orvo::utils::ValidateFw(image)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Bad firmware image");
     reply["updateStatus"] = "badFwImage";
-    ::unlink(staged.c_str());
+    RemoveStagedImage(dir);
     return;
   }
   std::string const fwVersion = orvo::utils::ExtractFwVersion(image);
@@ -33,7 +33,14 @@ void CheckStagedImage(orvo::utils::File& image, std::string const& staged, orvo:
   if (fwVersion.empty()) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Cannot retrieve FW version from the image");
     reply["updateStatus"] = "badFwImage";
-    ::unlink(staged.c_str());
+    RemoveStagedImage(dir);
+    return;
+  }
+  if (!RecordStagedImage(dir)) {
+    // Without its record the upgrade would refuse the image anyway.
+    ORVO_LOG("PrepareUpgrade", LOG_ERR, errno, "Can't record the staged image");
+    reply["updateStatus"] = "badFwImage";
+    RemoveStagedImage(dir);
     return;
   }
   reply["updateStatus"] = orvo::utils::IsThirdPartyFw(image) ? "thirdPartyFw" : "ok";
@@ -43,23 +50,30 @@ void CheckStagedImage(orvo::utils::File& image, std::string const& staged, orvo:
 
 int PrepareUpgrade(CGIRequest const& request, CGIResponse& response) {
   response.SetStatus(orvo::cgi::kHttpBadRequest);
+  PrivateDir dir;
+  if (!dir.Open()) {
+    response.Commit();
+    return -1;
+  }
+  InterProcessMutex uploading(kUploadLockName, false);
+  if (!ReceiveFwUpload(request, response, dir, uploading)) return response.Commit();
   std::string const saved = request.FormFileByName(kFwUploadField).tmpfile;
-  std::string const staged = orvo::utils::devicePath(kStagedFwImage);
-  if (!StageFwUpload(saved, staged)) {
+  if (!StageFwUpload(dir, saved)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, errno, "Can't move received file '%s'", saved.c_str());
-    ::unlink(saved.c_str());
+    if (!saved.empty()) ::unlink(saved.c_str());
+    RemoveStagedImage(dir);
     response.Commit();
     return -1;
   }
   orvo::utils::File image;
-  if (!image.Initialize(staged, 0, 0)) {
+  if (!image.Initialize(dir.Path() + "/" + kStagedFwName, 0, 0)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Can't open received file '%s'", saved.c_str());
-    ::unlink(staged.c_str());
+    RemoveStagedImage(dir);
     response.Commit();
     return -1;
   }
   orvo::variant::Variant reply;
-  CheckStagedImage(image, staged, reply);
+  CheckStagedImage(image, dir, reply);
   std::string text;
   if (!reply.ToJSON(text, false)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Failed to convert data to JSON format");

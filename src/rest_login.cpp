@@ -29,7 +29,7 @@ namespace {
 
 constexpr char kLogFile[] = "src/rest_login";
 
-std::string sessionDbPath() { return orvo::utils::devicePath(kSessionDbPath); }
+std::string sessionDbPath() { return sessionDbFile(); }
 
 // The database a login adds to. Nothing there: an empty file is created
 // and the database starts empty. Something untrusted, too big or broken:

@@ -1,6 +1,10 @@
-// GET id=<version>/upgrade: runs the update tool on the staged image
-// /tmp/fwupdate.bin, one upgrade at a time. The tool flashes and restarts
-// the device; this handler only reports whether it succeeded.
+// GET id=<version>/upgrade: runs the update tool on the staged image, one
+// upgrade at a time. Only the image an upload staged and recorded in the
+// program's own folder is handed over (firmware_upload.h); anything else
+// found there is refused, logged and removed, and never reaches the tool.
+// The tool flashes and restarts the device; this handler only reports
+// whether it succeeded.
+#include "firmware_upload.h"
 #include "handlers.h"
 #include "orvo/utils/exec.h"
 #include "rest_log.h"
@@ -9,6 +13,16 @@ namespace orvo::rest::upgrade {
 constexpr char kLogFile[] = "src/rest_upgrade";
 constexpr char kLockName[] = "rest_upgrade";
 constexpr char kUpdateTool[] = "/sbin/fwupdate";
+
+// The staged image's path when it may be flashed, else "" (logged).
+std::string TrustedImage(PrivateDir& dir) {
+  if (!dir.Open()) return "";
+  std::string const problem = VerifyStagedImage(dir);
+  if (problem.empty()) return dir.Path() + "/" + kStagedFwName;
+  ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "Refusing the staged image '%s': it %s", kStagedFwImage,
+           problem.c_str());
+  return "";
+}
 }  // namespace orvo::rest::upgrade
 
 ORVO_REST_HANDLER(rest_upgrade_main) {
@@ -20,12 +34,15 @@ ORVO_REST_HANDLER(rest_upgrade_main) {
   setLogFpSts(0);
 
   if (request.Method() != "GET") {
-    ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "Cannot process %s request", request.Method().c_str());
+    ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "Cannot process %s request",
+             request.Method().c_str());
     return -1;
   }
   InterProcessMutex mutex(kLockName, false);
   if (!orvo::cgi::lock(kLockName, mutex, response)) return response.Commit();
-  if (orvo::utils::sysExecSimple(kUpdateTool, {"-m"}) != 0) {
+  orvo::rest::PrivateDir dir;
+  std::string const image = TrustedImage(dir);
+  if (image.empty() || orvo::utils::sysExecSimple(kUpdateTool, {"-m", image}) != 0) {
     ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "FW update failed");
     return -1;
   }

@@ -1,4 +1,4 @@
-// The session database: "/tmp/.rest_0_1.db", one JSON object whose members
+// The session database: "/tmp/.rest/.rest_0_1.db", one JSON object whose members
 // are session identifiers, each { "remote-addr": <client address>,
 // "max-age": <expiry in ms of nowMs()> }. Every read and write happens under
 // the ".rest_0_1_db" mutex; writes replace the file whole.
@@ -14,7 +14,11 @@
 
 namespace orvo::rest::access {
 
-constexpr char kSessionDbPath[] = "/tmp/.rest_0_1.db";  // device path
+// In the program's own folder (private_dir.h): in the shared /tmp itself a
+// file another user planted could not be replaced by a program that is not
+// root (sticky bit), and would keep every login out.
+constexpr char kSessionDbPath[] = "/tmp/.rest/.rest_0_1.db";  // device path
+constexpr char kSessionDbName[] = ".rest_0_1.db";
 constexpr char kSessionDbMutex[] = ".rest_0_1_db";
 constexpr char kRemoteAddrKey[] = "remote-addr";
 // Holds an absolute expiry time despite its name; the name is kept for the
@@ -28,6 +32,9 @@ constexpr std::size_t kMaxSessionDbBytes = 8u << 20;
 // Live sessions kept at most; a login beyond it evicts the oldest. A client
 // that logs in for every request must not grow the file without bound.
 constexpr std::size_t kMaxSessions = 1024;
+
+// The database's file-system path.
+std::string sessionDbFile();
 
 // Parses the database text. Empty or blank text, and JSON that is not an
 // object, give an empty database; text that is not JSON gives false.

@@ -1,6 +1,7 @@
-// The session database file in "/tmp", where any local user may have put
-// something first: it is opened without following links, checked on the
-// open descriptor, created exclusively, and always rewritten whole, 0600.
+// The session database file. Its folder is the program's own, but the file
+// is still distrusted as if anyone could have put it there: it is opened
+// without following links, checked on the open descriptor, created
+// exclusively, and always rewritten whole, 0600.
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,6 +12,7 @@
 
 #include "orvo/utils/file.h"
 #include "orvo/utils/random.h"
+#include "private_dir.h"
 #include "session_db.h"
 
 using orvo::variant::Variant;
@@ -53,6 +55,8 @@ bool readTrusted(int fd, std::string const* id, Variant& db, std::string& proble
 }
 
 }  // namespace
+
+std::string sessionDbFile() { return orvo::rest::privateFile(kSessionDbName); }
 
 std::string untrustedReason(mode_t mode, uid_t owner, uid_t euid) {
   char text[96];

@@ -90,6 +90,17 @@ const char* cgiErrorText(cgi_error error);
 /* Folder for uploads (copied); "/tmp" until set. */
 void cgiSetTempDir(const char* dir);
 
+/* With defer set before cgiInit, a multipart body is checked (length,
+ * boundary) but left unread on the input until cgiReadMultipart asks for it:
+ * a program that reads uploads only for some callers never stores one for
+ * the others. Off until set. */
+void cgiDeferMultipart(int defer);
+
+/* Reads a deferred multipart body into the handle (once; later calls return
+ * the first result). CGI_OK also when there is nothing deferred. On an error
+ * no upload file is left and the handle holds no multipart data. */
+cgi_error cgiReadMultipart(s_cgi* cgi);
+
 /* Debug lines on stderr when level > 0; where is kept for compatibility. */
 void cgiDebug(int level, int where);
 

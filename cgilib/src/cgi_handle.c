@@ -119,12 +119,12 @@ void cgiFreeList(char** list) {
   free(list);
 }
 
-void cgiFree(s_cgi* cgi) {
-  if (cgi == NULL) return;
+void cgi_handle_drop_multipart(s_cgi* cgi) {
   for (size_t i = 0; i < cgi->var_count; ++i) {
     free(cgi->vars[i].name);
     free(cgi->vars[i].value);
   }
+  cgi->var_count = 0;
   for (size_t i = 0; i < cgi->upload_count; ++i) {
     cgi_upload* upload = &cgi->uploads[i];
     cgi_upload_discard(upload);
@@ -133,6 +133,13 @@ void cgiFree(s_cgi* cgi) {
     free(upload->file.filename);
     free(upload->file.tmpfile);
   }
+  cgi->upload_count = 0;
+}
+
+void cgiFree(s_cgi* cgi) {
+  if (cgi == NULL) return;
+  cgi_handle_drop_multipart(cgi);
   free(cgi->text);
+  free(cgi->deferred_type);
   free(cgi);
 }

@@ -1,5 +1,6 @@
 /* Reading one request: the method decides between query string and body,
  * the content type between raw text (plus form decoding) and multipart. */
+#define _POSIX_C_SOURCE 200809L /* strdup */
 #include <errno.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -9,6 +10,7 @@
 #include <unistd.h>
 
 #include "cgi_internal.h"
+#include "cgi_multipart.h"
 
 static const char* const kErrorTexts[CGI_ERR_COUNT] = {
     [CGI_OK] = "no error",
@@ -34,6 +36,9 @@ static const char* const kErrorTexts[CGI_ERR_COUNT] = {
 
 static cgi_error last_error = CGI_OK;
 static int debug_level = 0;
+static int defer_multipart = 0;
+
+void cgiDeferMultipart(int defer) { defer_multipart = defer != 0; }
 
 cgi_error cgiLastError(void) { return last_error; }
 
@@ -101,12 +106,39 @@ static cgi_error read_text(s_cgi* cgi, const char* content_type, size_t length, 
   return cgi_form_parse(cgi, cgi->text, length);
 }
 
+/* Checks what can be checked without reading and keeps the rest for later. */
+static cgi_error defer_body(s_cgi* cgi, const char* content_type, size_t length, int fd) {
+  char boundary[CGI_MAX_BOUNDARY + 1];
+  cgi_error e = cgi_mp_boundary(content_type, boundary);
+  if (e != CGI_OK) return e;
+  cgi->deferred_type = strdup(content_type);
+  if (cgi->deferred_type == NULL) return CGI_ERR_NO_MEMORY;
+  cgi->deferred_length = length;
+  cgi->deferred_fd = fd;
+  cgi->deferred_state = 1;
+  return CGI_OK;
+}
+
+cgi_error cgiReadMultipart(s_cgi* cgi) {
+  if (cgi == NULL || cgi->deferred_state == 0) return CGI_OK;
+  if (cgi->deferred_state == 2) return cgi->deferred_result;
+  cgi->deferred_state = 2;
+  cgi_error e = cgi_read_multipart(cgi, cgi->deferred_type, cgi->deferred_length, cgi->deferred_fd);
+  if (e != CGI_OK) {
+    cgi_debug_line("multipart body refused: %s", cgiErrorText(e));
+    cgi_handle_drop_multipart(cgi);
+  }
+  cgi->deferred_result = e;
+  return e;
+}
+
 static cgi_error read_body(s_cgi* cgi, const char* content_type, const char* content_length, int fd) {
   int multipart = has_media_type(content_type, "multipart/form-data");
   size_t length = 0;
   cgi_error e = parse_length(content_length, multipart ? CGI_MAX_MULTIPART_BODY : CGI_MAX_BODY_IN_MEMORY, &length);
   if (e != CGI_OK) return e;
   if (length == 0) return CGI_ERR_NOTHING;
+  if (multipart && defer_multipart) return defer_body(cgi, content_type, length, fd);
   return multipart ? cgi_read_multipart(cgi, content_type, length, fd) : read_text(cgi, content_type, length, fd);
 }
 

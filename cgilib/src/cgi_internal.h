@@ -26,10 +26,19 @@ struct s_cgi {
   cgi_upload uploads[CGI_MAX_PARTS];
   size_t upload_count;
   char* text;
+  /* A multipart body left on the input (cgiDeferMultipart). */
+  char* deferred_type;
+  size_t deferred_length;
+  int deferred_fd;
+  int deferred_state; /* 0 none, 1 waiting, 2 read */
+  cgi_error deferred_result;
 };
 
 /* Handle store (cgi_handle.c). */
 s_cgi* cgi_handle_new(void);
+/* Frees every variable and removes every upload (a multipart body refused
+ * after cgiInit). */
+void cgi_handle_drop_multipart(s_cgi* cgi);
 cgi_error cgi_handle_add_var(s_cgi* cgi, const char* name, size_t name_len, const char* value,
                              size_t value_len);
 

@@ -96,6 +96,7 @@ start_lighttpd() {  # <port>
   local port=$1 dir
   dir=$(web_server_dir)
   local config="$dir/lighttpd.conf" error_log="$dir/error.log"
+  mkdir -p -- "$dir/upload" && chmod 0700 -- "$dir/upload"  # lighttpd's own body buffer
   # lighttpd runs "<interpreter> <root>/www/cgi-bin/rest.cgi": argv[0] keeps the name.
   sed -e "s#@ROOT@#$CAMSIM_ROOT#g" -e "s#@PORT@#$port#g" \
     -e "s#@CGI_INTERPRETER@#${CAMSIM_CGI_INTERPRETER:-}#g" -e "s#@DOCS@#$(docs_dir)#g" \

@@ -1,5 +1,6 @@
-// The simulated camera's update tool, /sbin/fwupdate. With "-m" it checks the
-// staged image itself, "flashes" a valid one (maker's or third party's: the
+// The simulated camera's update tool, /sbin/fwupdate. "-m IMAGE" (IMAGE by
+// default the staged image of rest.cgi's own folder, /tmp/.rest/fwupdate.bin)
+// checks the image itself, "flashes" a valid one (maker's or third party's: the
 // client has decided by asking for the upgrade), which takes a while, records
 // the new version in the camera description, removes the staged image and
 // asks for a reboot (and, with the control "reboot" on, restarts the camera
@@ -23,7 +24,7 @@
 
 namespace {
 
-constexpr char kStagedImage[] = "/tmp/fwupdate.bin";
+constexpr char kStagedImage[] = "/tmp/.rest/fwupdate.bin";
 constexpr char kCameraInfo[] = "/etc/orvo/camera_info.json";
 // Test controls and records of the simulator, beside the camera's folders.
 constexpr char kDurationControl[] = "/sim/fwupdate/duration-ms";
@@ -88,15 +89,15 @@ bool requestReboot(std::string const& version) {
   return !restart || orvo::utils::enqueueReboot(kRebootDelaySeconds);
 }
 
-int flash() {
-  std::string const staged = orvo::utils::devicePath(kStagedImage);
+// `staged` is a file-system path (under the camera root in the simulator).
+int flash(std::string const& staged) {
   orvo::utils::File image;
   if (!image.Initialize(staged, 0, 0)) {
-    return refuse(std::string("no image at ") + kStagedImage + ": " + std::strerror(errno));
+    return refuse("no image at " + staged + ": " + std::strerror(errno));
   }
-  if (!orvo::utils::ValidateFw(image)) return refuse(std::string(kStagedImage) + " is not a valid firmware image");
+  if (!orvo::utils::ValidateFw(image)) return refuse(staged + " is not a valid firmware image");
   std::string const version = orvo::utils::ExtractFwVersion(image);
-  if (version.empty()) return refuse(std::string(kStagedImage) + " carries no version");
+  if (version.empty()) return refuse(staged + " carries no version");
   image.Close();
   sleepMs(flashDurationMs());
   if (!recordVersion(version)) return refuse("cannot record the new version in " + std::string(kCameraInfo));
@@ -108,9 +109,9 @@ int flash() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2 || std::strcmp(argv[1], "-m") != 0) {
-    std::fprintf(stderr, "usage: fwupdate -m\n");
+  if (argc < 2 || argc > 3 || std::strcmp(argv[1], "-m") != 0 || (argc == 3 && argv[2][0] == '\0')) {
+    std::fprintf(stderr, "usage: fwupdate -m [IMAGE]\n");
     return 2;
   }
-  return flash();
+  return flash(argc == 3 ? argv[2] : orvo::utils::devicePath(kStagedImage));
 }

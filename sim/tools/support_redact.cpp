@@ -17,7 +17,7 @@ namespace {
 using orvo::variant::Variant;
 
 constexpr std::size_t kMaxSecretFileBytes = 1u << 20;
-constexpr char kSessionDatabase[] = "/tmp/.rest_0_1.db";
+constexpr char kSessionDatabase[] = "/tmp/.rest/.rest_0_1.db";
 
 // Key names holding secrets: exact (lower-cased) ...
 constexpr char const* kSecretNames[] = {"key", "psk", "wepkey", "token"};

@@ -4,7 +4,7 @@
 # file systems of its own (and whose /dev/log leads nowhere), so the
 # machine's real folders are never touched. A failed login must leave its
 # record in /var/log/btmp there; the emulator's system-call trace of a session
-# check must name /tmp/.rest_0_1.db; nothing may name or land in ORVO_ROOT.
+# check must name /tmp/.rest/.rest_0_1.db; nothing may name or land in ORVO_ROOT.
 # The image and the scratch folder are opened before the empty file systems
 # hide them (a checkout under /tmp is hidden too): the image is copied into
 # the namespace's own /run, and what is seen is written through the open folder.
@@ -56,7 +56,7 @@ check() {  # <description> <command...>
 seen=$scratch/seen
 check "both answers were given" test "$(grep -c '^Status: 401' "$seen/answers")" -eq 2
 check "the failed login was recorded in /var/log/btmp" test -s "$seen/var-log/btmp"
-check "the session check looked for /tmp/.rest_0_1.db" grep -q '"/tmp/.rest_0_1.db"' "$seen/status.trace"
+check "the session check looked for /tmp/.rest/.rest_0_1.db" grep -q '"/tmp/.rest/.rest_0_1.db"' "$seen/status.trace"
 check "no system call named ORVO_ROOT" \
   test -z "$(grep -l -F "$scratch/root" "$seen/login.trace" "$seen/status.trace")"
 check "nothing landed under ORVO_ROOT" test -z "$(find "$scratch/root" -mindepth 1 -print -quit)"

@@ -70,7 +70,7 @@ TEST_F(AccessSession, UnreadableDatabaseIsRefused) {
   CameraRoot const& root = sharedRoot_;
   loginId(root);
   {
-    std::ofstream(root.file("/tmp/.rest_0_1.db"), std::ios::trunc) << "{ not json";
+    std::ofstream(root.file("/tmp/.rest/.rest_0_1.db"), std::ios::trunc) << "{ not json";
   }
   EXPECT_EQ(sessionRequest(root, "x").status, "401");
   EXPECT_TRUE(logged("orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: "

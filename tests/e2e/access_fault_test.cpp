@@ -87,7 +87,7 @@ TEST(FullDisk, FailedSessionWriteKeepsThePreviousDatabase) {
   { std::ofstream(root.file(kDb), std::ios::trunc) << text; }
   ASSERT_EQ(chmod(root.file(kDb).c_str(), 0600), 0);
   ASSERT_LT(sizeOf(root.file("/var/log/messages")), 1024) << "the log must have room to grow";
-  std::set<std::string> const before = namesIn(root.file("/tmp"));
+  std::set<std::string> const before = namesIn(root.file("/tmp/.rest"));
   CgiResult answer;
   {
     FileSizeLimit limit(4096);  // the log fits, the rewritten database does not
@@ -99,7 +99,7 @@ TEST(FullDisk, FailedSessionWriteKeepsThePreviousDatabase) {
   EXPECT_TRUE(root.logged("rest_login err orvo_cgi: src/rest_login:CreateSession: "
                             "Failed to save auth database"));
   EXPECT_EQ(root.read(kDb), text);
-  EXPECT_EQ(namesIn(root.file("/tmp")), before) << "a temporary file was left behind";
+  EXPECT_EQ(namesIn(root.file("/tmp/.rest")), before) << "a temporary file was left behind";
   // With room again the same database takes the next login.
   EXPECT_EQ(login(root, credentials("admin", "admin")).status, "200");
   EXPECT_EQ(readSessions(root).size(), 61u);
@@ -142,9 +142,11 @@ TEST(FullDisk, FailedLoginRecordWriteKeepsThePreviousRecords) {
   EXPECT_EQ(utmpText(records[5].ut_user, sizeof records[5].ut_user), "admin");
 }
 
-// A firmware-sized multipart upload into a "/tmp" that fills up part way.
+// A firmware-sized multipart upload (of a logged-in caller: no other body
+// is read) into a "/tmp" that fills up part way.
 TEST(FullDisk, UploadThatDoesNotFitIsRefusedAndRemoved) {
   OwnRoot root;
+  std::string const cookie = cgiSessionCookie(root);
   std::string const boundary = "XyZzY";
   std::string body = "--" + boundary +
                      "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"fw.bin\"\r\n"
@@ -154,16 +156,21 @@ TEST(FullDisk, UploadThatDoesNotFitIsRefusedAndRemoved) {
                   {"QUERY_STRING", "id=1.2/firmware"},
                   {"REMOTE_ADDR", kAddr},
                   {"CONTENT_TYPE", "multipart/form-data; boundary=" + boundary},
-                  {"CONTENT_LENGTH", std::to_string(body.size())}};
+                  {"CONTENT_LENGTH", std::to_string(body.size())},
+                  {"HTTP_COOKIE", cookie}};
   std::set<std::string> const before = namesIn(root.file("/tmp"));
+  std::set<std::string> const beforeOwn = namesIn(root.file("/tmp/.rest"));
   CgiResult answer;
   {
     FileSizeLimit limit(64 * 1024);
     answer = runCgi(root, env, body);
   }
   EXPECT_TRUE(answer.exited) << "signal " << answer.signal;
-  EXPECT_EQ(answer.status, "401");
+  EXPECT_EQ(answer.status, "400");  // refused as a whole: no "fwfile" came
+  EXPECT_TRUE(root.logged("rest_firmware err orvo_cgi: src/rest_firmware:PrepareUpgrade: "
+                          "Can't move received file '' (errno 2: No such file or directory)"));
   EXPECT_EQ(namesIn(root.file("/tmp")), before) << "part of the upload was left behind";
+  EXPECT_EQ(namesIn(root.file("/tmp/.rest")), beforeOwn) << "part of the upload was left behind";
 }
 
 }  // namespace

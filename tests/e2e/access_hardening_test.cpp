@@ -70,7 +70,7 @@ TEST_F(HostileTmp, DatabaseWritableByOthersIsNotTrusted) {
   CgiResult answer = sessionRequest(root, kPlantedId);
   EXPECT_EQ(answer.status, "401");
   EXPECT_TRUE(logged(std::string(kAuthLine) +
-                                "Ignoring '/tmp/.rest_0_1.db': it is writable by others (mode 0666)"));
+                                "Ignoring '/tmp/.rest/.rest_0_1.db': it is writable by others (mode 0666)"));
   EXPECT_TRUE(logged(std::string(kAuthLine) +
                                 "Failed to read auth database (possibly not yet authenticated)"));
   // A login replaces the file: the planted record and the loose mode go.
@@ -80,7 +80,7 @@ TEST_F(HostileTmp, DatabaseWritableByOthersIsNotTrusted) {
   EXPECT_EQ(sessions.count(id), 1u);
   EXPECT_EQ(modeOf(root.file(kDb)) & 07777, 0600u);
   EXPECT_TRUE(logged(std::string(kLoginLine) +
-                                "Ignoring '/tmp/.rest_0_1.db': it is writable by others (mode "
+                                "Ignoring '/tmp/.rest/.rest_0_1.db': it is writable by others (mode "
                                 "0666); starting an empty one"));
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "401");
   EXPECT_EQ(sessionRequest(root, id).status, "200");
@@ -93,7 +93,7 @@ TEST(HostileTmpOwnRoot, DatabaseOfAnotherUserIsNotTrusted) {
   ASSERT_EQ(::chown(root.file(kDb).c_str(), 65534, 65534), 0);
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "401");
   EXPECT_TRUE(root.logged(std::string(kAuthLine) +
-                                "Ignoring '/tmp/.rest_0_1.db': it is owned by uid 65534, not 0"));
+                                "Ignoring '/tmp/.rest/.rest_0_1.db': it is owned by uid 65534, not 0"));
   std::string id = loginId(root);
   struct stat info {};
   ASSERT_EQ(::lstat(root.file(kDb).c_str(), &info), 0);
@@ -108,7 +108,7 @@ TEST(HostileTmpOwnRoot, SymlinkIsNeitherReadNorFollowedByALogin) {
   ASSERT_EQ(::symlink(target.c_str(), root.file(kDb).c_str()), 0);
   EXPECT_EQ(sessionRequest(root, kPlantedId).status, "401");
   EXPECT_TRUE(root.logged(std::string(kAuthLine) +
-                                "Ignoring '/tmp/.rest_0_1.db': it is a symbolic link"));
+                                "Ignoring '/tmp/.rest/.rest_0_1.db': it is a symbolic link"));
   std::string id = loginId(root);
   // The link itself was replaced; what it pointed at is untouched.
   EXPECT_TRUE(S_ISREG(modeOf(root.file(kDb))));
@@ -135,7 +135,7 @@ TEST(HostileTmpOwnRoot, FolderAtThePathDoesNotLockLoginsOut) {
   EXPECT_TRUE(S_ISREG(modeOf(root.file(kDb))));
   EXPECT_EQ(sessionRequest(root, id).status, "200");
   EXPECT_TRUE(root.logged(std::string(kLoginLine) +
-                                "Ignoring '/tmp/.rest_0_1.db': it is not a regular file; "
+                                "Ignoring '/tmp/.rest/.rest_0_1.db': it is not a regular file; "
                                 "starting an empty one"));
   // An empty folder simply goes.
   OwnRoot second;

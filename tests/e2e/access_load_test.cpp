@@ -160,7 +160,7 @@ bool databaseReadable(CameraRoot const& root, std::string& text) {
 // Files named like a replacement's temporary of the session database.
 std::vector<std::string> leftoverTemporaries(CameraRoot const& root) {
   std::vector<std::string> names;
-  DIR* dir = opendir(root.file("/tmp").c_str());
+  DIR* dir = opendir(root.file("/tmp/.rest").c_str());
   while (dirent* entry = dir ? readdir(dir) : nullptr) {
     std::string name = entry->d_name;
     if (name.rfind(".rest_0_1.db.", 0) == 0) names.push_back(name);

@@ -100,7 +100,7 @@ TEST_F(AccessLockdown, FifthFailureLocksTheNextLoginOut) {
   EXPECT_EQ(countLogged("Password check failure"), 5u);
   EXPECT_EQ(countLogged("Authenticate failed"), 5u);
   EXPECT_EQ(readBtmp(root).size(), 5u);
-  EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest_0_1.db")).good());
+  EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest/.rest_0_1.db")).good());
 }
 
 TEST_F(AccessLockdown, StillLockedAt300Seconds) {

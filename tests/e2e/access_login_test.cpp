@@ -59,7 +59,7 @@ TEST_F(AccessLogin, SetsTheCookieAndStoresTheSession) {
   EXPECT_GE(record.maxAge, before + kDayMs);
   EXPECT_LE(record.maxAge, after + kDayMs);
   // Styled (indented) output.
-  EXPECT_NE(root.read("/tmp/.rest_0_1.db").find("\n  \""), std::string::npos);
+  EXPECT_NE(root.read("/tmp/.rest/.rest_0_1.db").find("\n  \""), std::string::npos);
 }
 
 TEST_F(AccessLogin, ExpiryFollowsTheCameraClock) {
@@ -118,7 +118,7 @@ TEST_F(AccessLogin, OnlyUserNameFailsAndIsRecorded) {
                             "method 'POST', remote addr '10.1.2.3'"));
   // The password check is not even tried.
   EXPECT_EQ(countLogged("parameter is missing"), 0u);
-  EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest_0_1.db")).good());
+  EXPECT_FALSE(std::ifstream(root.file("/tmp/.rest/.rest_0_1.db")).good());
 }
 
 TEST_F(AccessLogin, EmptyRemoteAddressAnswers500) {
@@ -172,10 +172,10 @@ TEST_F(AccessLogout, RemovesTheSessionAndClosesIt) {
 TEST_F(AccessLogout, UnknownIdentifierAnswers500AndLeavesTheFile) {
   CameraRoot const& root = sharedRoot_;
   login(root, credentials("admin", "admin"));
-  std::string before = root.read("/tmp/.rest_0_1.db");
+  std::string before = root.read("/tmp/.rest/.rest_0_1.db");
   CgiResult answer = callCgi(root, {"POST", "1.2/logout", "", kAddr, "authId=nobody"});
   EXPECT_EQ(answer.status, "500");
-  EXPECT_EQ(root.read("/tmp/.rest_0_1.db"), before);
+  EXPECT_EQ(root.read("/tmp/.rest/.rest_0_1.db"), before);
   EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:Logout: "
                             "No record for UUID 'nobody' found"));
 }

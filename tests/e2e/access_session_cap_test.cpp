@@ -76,11 +76,11 @@ TEST_F(SessionCap, EightyThousandRecordsNoLongerLockEveryoneOut) {
   // Too big to read: checks are refused, and say why.
   EXPECT_EQ(sessionRequest(root, sessionId(1), "192.168.100.123").status, "401");
   EXPECT_TRUE(logged("orvo_cgi err orvo_cgi: src/rest:AuthenticateByUUID: Ignoring "
-                            "'/tmp/.rest_0_1.db': it holds more than 8388608 bytes"));
+                            "'/tmp/.rest/.rest_0_1.db': it holds more than 8388608 bytes"));
   // A login starts over with an empty database instead of failing.
   std::string id = loginId(root);
   EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:CreateSession: Ignoring "
-                            "'/tmp/.rest_0_1.db': it holds more than 8388608 bytes; starting an "
+                            "'/tmp/.rest/.rest_0_1.db': it holds more than 8388608 bytes; starting an "
                             "empty one"));
   auto sessions = readSessions(root);
   EXPECT_EQ(sessions.size(), 1u);
@@ -94,7 +94,7 @@ TEST_F(SessionCap, BrokenDatabaseIsReplacedAtLogin) {
   ::chmod(root.file(kDb).c_str(), 0600);
   std::string id = loginId(root);
   EXPECT_TRUE(logged("rest_login err orvo_cgi: src/rest_login:CreateSession: Ignoring "
-                            "'/tmp/.rest_0_1.db': it is not JSON; starting an empty one"));
+                            "'/tmp/.rest/.rest_0_1.db': it is not JSON; starting an empty one"));
   EXPECT_EQ(readSessions(root).size(), 1u);
   EXPECT_EQ(sessionRequest(root, id).status, "200");
 }

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -39,7 +40,7 @@ std::string json200(std::string const& body) {
 class FirmwareCgi : public SharedRootTest {
  protected:
   void SetUp() override {
-    keep({kStagedImage});
+    keep({kStagedImage, kStagedRecord});
     cookie_ = cgiSessionCookie(root_);
   }
   CgiResult upload(std::string const& endpoint, std::string const& imagePath) {
@@ -153,7 +154,7 @@ TEST_F(FirmwareCgi, MultipartBodyCutShortAnswers400AndLeavesNothing) {
   EXPECT_TRUE(leftoverUploads(root_).empty());
 }
 
-TEST_F(FirmwareCgi, UploadThatCannotBeMovedIsRemoved) {
+TEST_F(FirmwareCgi, UploadThatCannotBeMovedIsRemovedAndCostsOneRequest) {
   // A folder holding a file where the image goes: the rename fails.
   ASSERT_EQ(mkdir(root_.file(kStagedImage).c_str(), 0755), 0);
   std::ofstream(root_.file(std::string(kStagedImage) + "/keep")) << "x";
@@ -164,10 +165,19 @@ TEST_F(FirmwareCgi, UploadThatCannotBeMovedIsRemoved) {
   auto found = records("rest_firmware");
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0].function, "PrepareUpgrade");
-  EXPECT_EQ(found[0].text.rfind("Can't move received file '" + root_.file("/tmp/cgi-upload-"), 0), 0u)
+  EXPECT_EQ(found[0].text.rfind("Can't move received file '" + root_.file("/tmp/.rest/cgi-upload-"), 0), 0u)
       << found[0].text;
   EXPECT_NE(found[0].text.find("(errno 21: Is a directory)"), std::string::npos) << found[0].text;
   EXPECT_TRUE(leftoverUploads(root_).empty());
+  // The folder was moved aside: the next upload is staged.
+  EXPECT_EQ(upload("firmware", image).out,
+            json200(std::string("{\"updateStatus\":\"ok\",\"updatedFwVersion\":\"") + kVersion + "\"}"));
+  EXPECT_EQ(root_.read(kStagedImage), readFile(image));
+  for (auto const& entry : std::filesystem::directory_iterator(root_.file(kPrivateFolder))) {
+    if (entry.path().filename().string().rfind("fwupdate.bin.refused-", 0) == 0) {
+      std::filesystem::remove_all(entry.path());
+    }
+  }
 }
 
 TEST_F(FirmwareCgi, SecondUploadReplacesTheFirst) {

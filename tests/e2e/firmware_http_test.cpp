@@ -5,8 +5,14 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <future>
+#include <thread>
 
 #include "support/camera.h"
 #include "support/firmware.h"
@@ -22,13 +28,31 @@ using orvo::variant::Variant;
 
 constexpr char kVersion[] = "OV-B4.v4.25.0.68.def5678.230901.0900";
 constexpr char kLockFile[] = "/run/lock/orvo/rest_upgrade.lock";
+constexpr char kUploadLockFile[] = "/run/lock/orvo/rest_upload.lock";
+// Where request bodies can land: the camera's /tmp and lighttpd's buffer.
+constexpr char const* kSpoolFolders[] = {"/tmp", "/sim/lighttpd/upload"};
 
-bool lockHeld(CameraRoot const& root) {
-  int fd = open(root.file(kLockFile).c_str(), O_RDWR | O_CLOEXEC);
+bool lockHeld(CameraRoot const& root, char const* lockFile = kLockFile) {
+  int fd = open(root.file(lockFile).c_str(), O_RDWR | O_CLOEXEC);
   if (fd < 0) return false;
   bool held = flock(fd, LOCK_EX | LOCK_NB) != 0;
   close(fd);
   return held;
+}
+
+// Bytes on disk in the folders where request bodies can land.
+long long spooledBytes(CameraRoot const& root) {
+  namespace fs = std::filesystem;
+  long long total = 0;
+  std::error_code ignored;
+  for (char const* folder : kSpoolFolders) {
+    for (auto it = fs::recursive_directory_iterator(root.file(folder), ignored);
+         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
+      struct stat info {};
+      if (lstat(it->path().c_str(), &info) == 0 && S_ISREG(info.st_mode)) total += info.st_blocks * 512LL;
+    }
+  }
+  return total;
 }
 
 // One camera for the program; the staged image, the camera's description
@@ -135,6 +159,74 @@ TEST_F(FirmwareHttp, TwoUpgradesAtOnceOneAnswers429) {
   EXPECT_EQ(second.body, "");
   EXPECT_EQ(first.get().status, 200);
   EXPECT_TRUE(logged("rest_upgrade warning orvo_cgi: src/orvo_cgi:lock: 'rest_upgrade' is already running"));
+}
+
+TEST_F(FirmwareHttp, UploadBeforeLoginAnswers401AndStoresNothing) {
+  SimulatedCamera const& camera = camera_;
+  CameraRoot const& root = camera.root();
+  long long const before = spooledBytes(root);
+  HttpResponse refused = curlUpload(camera, "firmware", "X-No-Cookie: 1",
+                                    makeImage(root, "anon.bin", kVersion, {"--payload-size", "4000000"}));
+  EXPECT_EQ(refused.status, 401);
+  EXPECT_EQ(refused.body, "");
+  EXPECT_FALSE(stagedImageExists(root));
+  EXPECT_TRUE(leftoverUploads(root).empty());
+  EXPECT_EQ(spooledBytes(root), before);
+}
+
+// Three clients send large bodies to an open endpoint at once. Neither
+// lighttpd nor rest.cgi may store them: rest.cgi reads no body it has no
+// use for, and lighttpd passes bodies on instead of spooling them first.
+// (bench/upload-spool: the same with three 250 MiB bodies.)
+TEST_F(FirmwareHttp, ThreeLargeBodiesAtOnceAreNotStored) {
+  SimulatedCamera const& camera = camera_;
+  CameraRoot const& root = camera.root();
+  constexpr long long kBody = 32LL << 20;
+  std::string const big = root.file("/sim/big.bin");
+  { std::ofstream create(big); }
+  std::filesystem::resize_file(big, kBody);  // sparse: costs no disk here
+  std::vector<std::future<ProcessResult>> clients;
+  for (int i = 0; i < 3; ++i) {
+    clients.push_back(std::async(std::launch::async, [&] { return curlUploadStatus(camera, "version", big); }));
+  }
+  long long const before = spooledBytes(root);
+  long long peak = before;
+  auto const running = [&] {
+    return std::any_of(clients.begin(), clients.end(), [](auto const& client) {
+      return client.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+    });
+  };
+  while (running()) {
+    peak = std::max(peak, spooledBytes(root));
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  for (auto& client : clients) {
+    std::string const status = client.get().out;
+    EXPECT_TRUE(status == "500" || status == "000") << status;  // a POST to version: 500
+  }
+  std::filesystem::remove(big);
+  EXPECT_LT(peak - before, 4LL << 20) << "bytes stored at the peak";
+  EXPECT_EQ(camera.get("/api/1.2/version").status, 200);  // still serving
+}
+
+TEST_F(FirmwareHttp, SecondUploadWhileOneRunsAnswers429) {
+  SimulatedCamera const& camera = camera_;
+  CameraRoot const& root = camera.root();
+  std::string const cookie = sessionCookie(camera);
+  std::string const image = makeImage(root, "slow.bin", kVersion, {"--payload-size", std::to_string(6 << 20)});
+  auto first = std::async(std::launch::async, [&] {
+    return curlUploadStatus(camera, "firmware", image, {"-H", cookie, "--limit-rate", "2M"});
+  });
+  ASSERT_TRUE(eventually([&] { return lockHeld(root, kUploadLockFile); }, std::chrono::seconds(10),
+                         std::chrono::milliseconds(10)));
+  for (char const* endpoint : {"firmware", "check"}) {
+    HttpResponse second = curlUpload(camera, endpoint, cookie, makeImage(root, "quick.bin", "1.0.0"));
+    EXPECT_EQ(second.status, 429) << endpoint;
+    EXPECT_EQ(second.body, "");
+  }
+  EXPECT_EQ(first.get().out, "200");
+  EXPECT_TRUE(logged("rest_firmware warning orvo_cgi: src/orvo_cgi:lock: 'rest_upload' is already running"));
+  EXPECT_TRUE(logged("rest_check warning orvo_cgi: src/orvo_cgi:lock: 'rest_upload' is already running"));
 }
 
 }  // namespace

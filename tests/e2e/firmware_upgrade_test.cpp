@@ -2,6 +2,8 @@
 // image, its lock, and what the simulated tool leaves in the camera root.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <fstream>
 #include <sstream>
 
@@ -69,17 +71,36 @@ TEST_F(FirmwareUpgrade, NothingStagedFailsWithThePreset500) {
   CgiResult result = upgrade();
   EXPECT_EQ(result.exitCode, 255);
   EXPECT_EQ(result.out, kEmpty500);
+  auto const all = logSummaries();
+  ASSERT_GE(all.size(), 2u);
+  EXPECT_EQ(all[all.size() - 2], "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: "
+                                 "Refusing the staged image '/tmp/.rest/fwupdate.bin': it does not exist");
   EXPECT_EQ(lastSummary(), "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: FW update failed");
-  EXPECT_NE(result.err.find("fwupdate: no image at /tmp/fwupdate.bin"), std::string::npos) << result.err;
+  EXPECT_EQ(result.err, "");  // the tool never ran
   EXPECT_FALSE(root_.exists(kRebootRequest));
 }
 
-TEST_F(FirmwareUpgrade, DamagedStagedImageIsRefusedByTheTool) {
-  std::ofstream(root_.file(kStagedImage)) << "not an image";
+TEST_F(FirmwareUpgrade, FileNoUploadStagedIsRefusedBeforeTheTool) {
+  makeImage(root_, "planted.bin", "9.9.9");
+  root_.write(kStagedImage, root_.read("/sim/planted.bin"));
+  ASSERT_EQ(::chmod(root_.file(kStagedImage).c_str(), 0600), 0);
   CgiResult result = upgrade();
   EXPECT_EQ(result.out, kEmpty500);
+  EXPECT_TRUE(logged("rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: Refusing the staged "
+                     "image '/tmp/.rest/fwupdate.bin': it was not staged by an upload"));
   EXPECT_EQ(lastSummary(), "rest_upgrade err orvo_cgi: src/rest_upgrade:rest_upgrade_main: FW update failed");
-  EXPECT_NE(result.err.find("is not a valid firmware image"), std::string::npos) << result.err;
+  EXPECT_FALSE(stagedImageExists(root_));
+  Variant info = parsed(root_.read("/etc/orvo/camera_info.json"));
+  EXPECT_EQ(text(info, "semVer"), "\"4.23.8\"");
+  EXPECT_FALSE(root_.exists(kRebootRequest));
+}
+
+TEST_F(FirmwareUpgrade, TheToolRefusesADamagedImageItself) {
+  root_.write("/sim/damaged.bin", "not an image");
+  ProcessResult ran = runCommand({root_.file("/sbin/fwupdate"), "-m", root_.file("/sim/damaged.bin")},
+                                 {"ORVO_ROOT=" + root_.path()});
+  EXPECT_EQ(ran.exitCode, 1);
+  EXPECT_NE(ran.err.find("is not a valid firmware image"), std::string::npos) << ran.err;
   Variant info = parsed(root_.read("/etc/orvo/camera_info.json"));
   EXPECT_EQ(text(info, "semVer"), "\"4.23.8\"");
 }

@@ -21,6 +21,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr char kPrivateFolder[] = "/tmp/.rest";
+
 // The device's folders, as `camsim init` makes them.
 constexpr char const* kDeviceFolders[] = {
     "/bin", "/sbin", "/etc", "/etc/orvo", "/tmp", "/dev", "/var/log", "/var/run", "/run",
@@ -71,6 +73,11 @@ CameraRoot::CameraRoot(Layout layout) : owner_(getpid()) {
   } else {
     for (char const* folder : kDeviceFolders) fs::create_directories(path_ + folder);
   }
+  // rest.cgi's own folder, as its first request makes it, so that tests can
+  // put a session database or an image there first.
+  if (::mkdir((path_ + kPrivateFolder).c_str(), 0700) != 0) {
+    throw std::runtime_error("cannot make " + path_ + kPrivateFolder);
+  }
 }
 
 CameraRoot::~CameraRoot() {
@@ -94,7 +101,10 @@ bool CameraRoot::exists(std::string const& deviceAbsolutePath) const {
 
 void CameraRoot::write(std::string const& deviceAbsolutePath, std::string const& content) const {
   fs::path const path = file(deviceAbsolutePath);
-  fs::create_directories(path.parent_path());
+  // rest.cgi's own folder in /tmp is trusted only as 0700.
+  if (fs::create_directories(path.parent_path()) && path.parent_path() == file(kPrivateFolder)) {
+    fs::permissions(path.parent_path(), fs::perms::owner_all, fs::perm_options::replace);
+  }
   std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
 }
 

@@ -38,6 +38,17 @@ CgiProgram CgiProgram::restCgiAs(std::string argv0) {
   return program;
 }
 
+std::vector<std::string> asUser(unsigned uid) {
+  std::string const id = std::to_string(uid);
+  return {ORVO_SETPRIV, "--reuid=" + id, "--regid=" + id, "--clear-groups"};
+}
+
+CgiProgram CgiProgram::restCgiAsUser(unsigned uid) {
+  CgiProgram program = restCgi();
+  program.launcher = asUser(uid);
+  return program;
+}
+
 CgiProgram CgiProgram::inProcess(std::function<int()> entry) {
   CgiProgram program;
   program.entry = std::move(entry);
@@ -77,6 +88,11 @@ CgiResult runCgi(CameraRoot const& root, Environment const& environment, std::st
   process.program = ORVO_CGI_EMULATOR;
   process.argv = {ORVO_CGI_EMULATOR, "-0", program.argv0, restCgiPath()};
 #endif
+  if (!program.launcher.empty()) {
+    process.program = program.launcher.front();
+    process.argv = program.launcher;
+    process.argv.push_back(restCgiPath());
+  }
   process.entry = program.entry;
   Environment all = environment;
   all["ORVO_ROOT"] = root.path();

@@ -28,11 +28,20 @@ struct CgiProgram {
   static CgiProgram restCgiAs(std::string argv0);
   // `entry` called in a forked child; its value is the exit status.
   static CgiProgram inProcess(std::function<int()> entry);
+  // rest.cgi run by setpriv as user and group `uid`, without supplementary
+  // groups: the program as a device runs it when it is not root.
+  static CgiProgram restCgiAsUser(unsigned uid);
 
+  // When set, the command that runs the program (its last argument).
+  std::vector<std::string> launcher;
   std::string argv0;
   std::function<int()> entry;
   std::chrono::milliseconds limit{60000};
 };
+
+// The command prefix that runs a program as user and group `uid` without
+// supplementary groups (util-linux's setpriv).
+std::vector<std::string> asUser(unsigned uid);
 
 struct CgiResult {
   pid_t pid = 0;

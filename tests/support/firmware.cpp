@@ -47,7 +47,7 @@ CgiResult runUpload(CameraRoot const& root, UploadCall const& call) {
                   {"CONTENT_TYPE", call.contentType},
                   {"CONTENT_LENGTH", call.contentLength.empty() ? std::to_string(call.body.size())
                                                                 : call.contentLength}};
-  return runCgi(root, env, call.body);
+  return runCgi(root, env, call.body, call.program);
 }
 
 CgiResult postMultipart(CameraRoot const& root, std::string const& endpoint,
@@ -76,14 +76,29 @@ HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoi
   return response.value_or(HttpResponse{});
 }
 
+ProcessResult curlUploadStatus(SimulatedCamera const& camera, std::string const& endpoint,
+                               std::string const& path, std::vector<std::string> const& extra) {
+  ProcessSpec process;
+  process.program = ORVO_CURL;
+  process.argv = {"curl", "-sS", "-o", "/dev/null", "-w", "%{http_code}", "--noproxy", "*", "--max-time", "60"};
+  process.argv.insert(process.argv.end(), extra.begin(), extra.end());
+  process.argv.insert(process.argv.end(), {"-F", "fwfile=@" + path + ";type=application/octet-stream",
+                                           camera.baseUrl() + "/api/1.2/" + endpoint});
+  process.env = inheritedEnvironment();
+  process.limit = std::chrono::seconds(70);
+  return runProcess(process);
+}
+
 std::vector<std::string> leftoverUploads(CameraRoot const& root) {
   std::vector<std::string> names;
-  DIR* dir = opendir(root.file("/tmp").c_str());
-  if (!dir) return names;
-  while (dirent* entry = readdir(dir)) {
-    if (std::string(entry->d_name).rfind(kUploadPrefix, 0) == 0) names.push_back(entry->d_name);
+  for (char const* folder : {"/tmp", kPrivateFolder}) {
+    DIR* dir = opendir(root.file(folder).c_str());
+    if (!dir) continue;
+    while (dirent* entry = readdir(dir)) {
+      if (std::string(entry->d_name).rfind(kUploadPrefix, 0) == 0) names.push_back(entry->d_name);
+    }
+    closedir(dir);
   }
-  closedir(dir);
   return names;
 }
 

@@ -12,7 +12,10 @@
 namespace orvo {
 namespace test {
 
-constexpr char kStagedImage[] = "/tmp/fwupdate.bin";
+// rest.cgi's own folder in /tmp, and the staged image and its record there.
+constexpr char kPrivateFolder[] = "/tmp/.rest";
+constexpr char kStagedImage[] = "/tmp/.rest/fwupdate.bin";
+constexpr char kStagedRecord[] = "/tmp/.rest/fwupdate.rec";
 
 // `camsim fwimage --root ROOT --version VERSION ARGUMENTS... OUT` with OUT in
 // the root's simulator folder; returns OUT. A failure fails the calling test.
@@ -35,6 +38,7 @@ struct UploadCall {
   std::string body;
   std::string contentType = "multipart/form-data; boundary=fwtest";
   std::string contentLength;
+  CgiProgram program = CgiProgram::restCgi();
 };
 CgiResult runUpload(CameraRoot const& root, UploadCall const& call);
 // A POST of `body` as multipart/form-data, boundary "fwtest".
@@ -46,7 +50,15 @@ HttpResponse curlUpload(SimulatedCamera const& camera, std::string const& endpoi
                         std::string const& cookieHeader, std::string const& path,
                         std::string const& field = "fwfile");
 
-// The root's /tmp entries whose names start with the CGI library's upload prefix.
+// The same upload as many clients send it, `extra` curl arguments before the
+// file (e.g. a cookie header, a rate limit): curl's output is the answer's
+// status ("000" when the server closed before answering); a failed transfer
+// does not fail the test.
+ProcessResult curlUploadStatus(SimulatedCamera const& camera, std::string const& endpoint,
+                               std::string const& path, std::vector<std::string> const& extra = {});
+
+// The entries of the root's /tmp and of rest.cgi's folder there whose names
+// start with the CGI library's upload prefix.
 std::vector<std::string> leftoverUploads(CameraRoot const& root);
 bool stagedImageExists(CameraRoot const& root);
 

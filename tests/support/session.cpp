@@ -19,7 +19,7 @@ CgiResult callCgi(CameraRoot const& root, CgiCall const& call) {
     env["CONTENT_LENGTH"] = std::to_string(call.body.size());
   }
   if (!call.cookie.empty()) env["HTTP_COOKIE"] = call.cookie;
-  return runCgi(root, env, call.body);
+  return runCgi(root, env, call.body, call.program);
 }
 
 CgiResult login(CameraRoot const& root, std::string const& body, std::string const& version,

@@ -25,6 +25,7 @@ struct CgiCall {
   std::string body;                  // sent as application/json when not empty
   std::string remoteAddr = "10.1.2.3";
   std::string cookie;                // HTTP_COOKIE when not empty
+  CgiProgram program = CgiProgram::restCgi();
 };
 
 CgiResult callCgi(CameraRoot const& root, CgiCall const& call);
@@ -59,7 +60,7 @@ struct SessionRecord {
   std::string remoteAddr;
   unsigned long long maxAge = 0;
 };
-constexpr char kSessionDatabase[] = "/tmp/.rest_0_1.db";
+constexpr char kSessionDatabase[] = "/tmp/.rest/.rest_0_1.db";
 std::map<std::string, SessionRecord> readSessions(CameraRoot const& root);
 
 // The failed-login records, read straight from the file.

@@ -70,7 +70,7 @@ TEST(CrossSite, ReadOnlyEndpointIsNotRefused) {
   CgiResult run = dispatchFrom("GET", "1.2/version", {{"HTTP_SEC_FETCH_SITE", "cross-site"}});
   EXPECT_EQ(run.returned(), 0);
   EXPECT_EQ(run.out,
-            "Content-Type: application/json\r\nStatus: 200\r\nConnection: close\r\n\r\n"
+            "Status: 200\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n"
             "{\"version\":\"1.2\"}");
 }
 
