@@ -83,7 +83,7 @@ ProcessResult curlUploadStatus(SimulatedCamera const& camera, std::string const&
   process.argv = {"curl", "-sS", "-o", "/dev/null", "-w", "%{http_code}", "--noproxy", "*", "--max-time", "60"};
   process.argv.insert(process.argv.end(), extra.begin(), extra.end());
   process.argv.insert(process.argv.end(), {"-F", "fwfile=@" + path + ";type=application/octet-stream",
-                                           camera.baseUrl() + "/api/1.2/" + endpoint});
+                                           camera.baseUrl() + targetForWebServer("/api/1.2/" + endpoint)});
   process.env = inheritedEnvironment();
   process.limit = std::chrono::seconds(70);
   return runProcess(process);
