@@ -2,6 +2,7 @@
 # camera's own files, as a firmware team puts them into its root file system:
 #   /www/cgi-bin/rest.cgi       the program, where both web servers run it
 #   /www/docs/                  the API reference (rendered docs/openapi.yaml)
+#   /www/index.html, js/, ...   the web console (console/)
 #   /etc/httpd.conf             BusyBox's httpd (document root /www)
 #   /etc/lighttpd/lighttpd.conf lighttpd (the same layout)
 #   /etc/orvo/fw-signing.pub    the maker's public firmware key (ORVO_FW_PUBLIC_KEY, set
@@ -23,6 +24,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/device/lighttpd.conf DESTINATION etc/lighttp
 if(ORVO_API_REFERENCE_DIR)
   install(DIRECTORY ${ORVO_API_REFERENCE_DIR}/ DESTINATION www/docs)
 endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/console/ DESTINATION www)
 # The key may also be named when installing (environment ORVO_FW_PUBLIC_KEY).
 install(CODE "set(orvo_fw_key \"${ORVO_FW_PUBLIC_KEY}\")")
 install(CODE [[

@@ -23,6 +23,11 @@ expect "BusyBox's configuration runs it by its full path" \
 expect "lighttpd's configuration serves /www" \
   grep -q 'server.document-root = "/www"' "$root/etc/lighttpd/lighttpd.conf"
 expect "the API reference" test -s "$root/www/docs/index.html"
+expect "the web console at /" test -s "$root/www/index.html"
+expect "lighttpd caps request bodies" grep -q '^server.max-request-size' "$root/etc/lighttpd/lighttpd.conf"
+expect "the console's modules" test -s "$root/www/js/main.js"
+expect "BusyBox serves the modules as JavaScript" \
+  grep -qx '\.js:text/javascript; charset=utf-8' "$root/etc/httpd.conf"
 expect "the maker's public key" grep -qx 'public key' "$root/etc/orvo/fw-signing.pub"
 for tool in bin/orvo_system_cfg bin/support sbin/fwupdate usr/bin/orvo_simd usr/bin/orvo_bus_call; do
   expect "the simulator's /$tool" test -x "$root/$tool"
