@@ -25,8 +25,13 @@ namespace sim = orvo::sim;
 constexpr unsigned kBatchLimitMs = 5000;
 // A stopped daemon is not waited for longer than this.
 constexpr unsigned kStoppedLimitMs = 300;
-// How far an answer delay may stray from the one asked for.
+// How much sooner than asked an answer may come (timer granularity).
 constexpr int64_t kLatencyToleranceMs = 30;
+// How much later than asked an answer may come: a sanitizer build with other
+// tests beside it on two cores is late by tens of milliseconds at times.
+// Still less than the 300 ms asked, so a delay applied twice or not
+// cleared fails.
+constexpr int64_t kLatencySlackMs = 200;
 
 struct BatchRequest {
   char const* functionName;
@@ -121,9 +126,9 @@ TEST_F(BusDaemons, LatencyIsHonoured) {
   int64_t const elapsed = timedRequest(orvo::daemons::kNvr, "ChangeNvrSettings", answered);
   EXPECT_TRUE(answered);
   EXPECT_GE(elapsed, 300 - kLatencyToleranceMs);
-  EXPECT_LE(elapsed, 300 + kLatencyToleranceMs);
+  EXPECT_LE(elapsed, 300 + kLatencySlackMs);
   ASSERT_EQ(daemontest::camsim("ctl", std::string(orvo::daemons::kNvr) + " latency 0"), 0);
-  EXPECT_LE(timedRequest(orvo::daemons::kNvr, "ChangeNvrSettings", answered), kLatencyToleranceMs);
+  EXPECT_LE(timedRequest(orvo::daemons::kNvr, "ChangeNvrSettings", answered), kLatencySlackMs);
   EXPECT_TRUE(answered);
 }
 
