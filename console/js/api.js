@@ -1,6 +1,11 @@
 // The camera's REST interface as docs/openapi.yaml describes it. Every call
-// is a same-origin request that carries the session cookie.
-const base = '/api/1.2/';
+// is a same-origin request that carries the session cookie. It goes to the
+// program's own path, which every web server of the camera serves (BusyBox's
+// httpd has no rewrite for the shorter "/api/" form).
+const base = '/cgi-bin/rest.cgi?id=1.2/';
+
+// The address of an endpoint, for links the browser follows itself.
+export const endpointUrl = (endpoint) => base + endpoint;
 
 export class ApiError extends Error {
   constructor(endpoint, status) {
@@ -23,7 +28,7 @@ export async function request(endpoint, { method = 'GET', json, ok = [200] } = {
     init.headers['Content-Type'] = 'application/json';
     init.body = JSON.stringify(json);
   }
-  const response = await fetch(base + endpoint, init);
+  const response = await fetch(endpointUrl(endpoint), init);
   if (response.status === 401 && endpoint !== 'login') {
     for (const listener of sessionListeners) listener();
   }
@@ -43,7 +48,7 @@ export function putJson(endpoint, json) {
 export function upload(endpoint, field, file, onProgress) {
   return new Promise((resolve, reject) => {
     const xhr = new XMLHttpRequest();
-    xhr.open('POST', base + endpoint);
+    xhr.open('POST', endpointUrl(endpoint));
     xhr.responseType = 'json';
     xhr.upload.addEventListener('progress', (event) => {
       if (event.lengthComputable) onProgress(event.loaded, event.total);

@@ -1,6 +1,6 @@
 // Maintenance: support bundle, system log, and the actions that lose
 // something, each behind a confirmation that names what goes.
-import { getJson, request } from './api.js';
+import { endpointUrl, getJson, request } from './api.js';
 import { confirmAction, h, labelled, messageBox } from './dom.js';
 
 const shownLines = 500;
@@ -58,7 +58,7 @@ export function render(main, app) {
   main.append(h('h2', { class: 'page-title' }, 'Maintenance'), message,
     h('section', { class: 'card', 'aria-labelledby': 'support-title' }, h('h2', { id: 'support-title' }, 'Support'),
       h('p', {}, 'A diagnostic bundle (description, configuration, log) without passwords or keys.'),
-      h('a', { href: '/api/1.2/support', download: '', class: 'button' }, 'Download the support bundle')),
+      h('a', { href: endpointUrl('support'), download: '', class: 'button' }, 'Download the support bundle')),
     logView(),
     h('section', { class: 'card', 'aria-labelledby': 'actions-title' }, h('h2', { id: 'actions-title' }, 'Reset and restart'),
       h('div', { class: 'actions' }, resetPicture, reboot, factory)));

@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { promisify } from 'node:util';
 import { gzipSync } from 'node:zlib';
 import { after, before, test } from 'node:test';
-import { buildDir, launchBrowser, openConsole, screenshot, seriousViolations, sourceDir, startCamera } from './support.mjs';
+import { apiPath, buildDir, launchBrowser, openConsole, screenshot, seriousViolations, sourceDir, startCamera } from './support.mjs';
 
 let camera;
 let browser;
@@ -77,7 +77,7 @@ test('logout returns to the login page, and the cookie no longer opens the statu
   await page.getByRole('button', { name: 'Log out' }).click();
   await page.getByText('You are logged out.').waitFor();
   const cookies = await context.cookies();
-  const response = await page.request.get(`${camera.baseUrl}/api/1.2/status`, {
+  const response = await page.request.get(camera.baseUrl + apiPath('status'), {
     headers: { Cookie: cookies.map((c) => `${c.name}=${c.value}`).join('; ') } });
   assert.equal(response.status(), 401);
   assert.deepEqual(ui.problems(), []);

@@ -4,7 +4,7 @@
 // and maintenance (log search, support bundle, picture reset, restart).
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { apiSession, launchBrowser, logInThroughForm, openConsole, screenshot, seriousViolations, startCamera } from './support.mjs';
+import { apiPath, apiSession, launchBrowser, logInThroughForm, openConsole, screenshot, seriousViolations, startCamera } from './support.mjs';
 
 let camera;
 let browser;
@@ -44,7 +44,7 @@ test('a settings change sends only what changed and is seen again after a reload
   await pageIsClean('settings');
   await brightness.fill('70');
   await page.locator('input[name="net.dhcpFallbackIP"]').fill('169.254.1.5');
-  const sent = page.waitForRequest((r) => r.url().endsWith('/api/1.2/settings') && r.method() === 'PUT');
+  const sent = page.waitForRequest((r) => r.url().endsWith(apiPath('settings')) && r.method() === 'PUT');
   await page.getByRole('button', { name: 'Save changes' }).click();
   // The write schema requires "mode" beside any network member.
   assert.deepEqual((await sent).postDataJSON(), { isp: { brightness: 70 }, net: { dhcpFallbackIP: '169.254.1.5', mode: 'dhcp' } });

@@ -4,7 +4,7 @@
 // the wizard back.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { openConsole, launchBrowser, screenshot, seriousViolations, startCamera } from './support.mjs';
+import { apiPath, openConsole, launchBrowser, screenshot, seriousViolations, startCamera } from './support.mjs';
 
 let camera;
 let browser;
@@ -95,10 +95,10 @@ test('the setup wizard, with the keyboard alone, joins HomeNet and lands', async
   assert.equal(await field('Network/Address').textContent(), '192.168.1.80');
   await stepIsClean(page, 'dashboard');
 
-  const setup = await page.evaluate(() => fetch('/api/1.2/setup').then((r) => r.json()));
+  const setup = await page.evaluate((path) => fetch(path).then((r) => r.json()), apiPath('setup'));
   assert.equal(setup.ctlAddr, controller.addr);
   assert.equal(setup.ctlUuid, controller.uuid);
-  const settings = await page.evaluate(() => fetch('/api/1.2/settings').then((r) => r.json()));
+  const settings = await page.evaluate((path) => fetch(path).then((r) => r.json()), apiPath('settings'));
   assert.equal(settings.device.name, 'Porch camera');
   assert.equal(settings.device.firstTimeUse, false);
   assert.deepEqual(ui.problems(), []);
@@ -140,7 +140,7 @@ test('a factory reset asks first, names what is lost, and brings the wizard back
   await page.getByText('The camera is back to its factory settings.').waitFor({ timeout: 60000 });
   await logIn(page);
   await page.getByText('Step 1 of 5: Device name').waitFor();
-  const setup = await page.evaluate(() => fetch('/api/1.2/setup').then((r) => r.json()));
+  const setup = await page.evaluate((path) => fetch(path).then((r) => r.json()), apiPath('setup'));
   assert.equal(setup.wifiSsid, '');
   assert.equal(setup.ctlAddr, '');
   assert.match(await camera.camsim('status'), /^reboots: 1 /m);

@@ -19,6 +19,10 @@ const chromiumPath = process.env.ORVO_CHROMIUM || '/usr/bin/chromium';
 const toolsRequire = createRequire(join(sourceDir, 'tools/browser/package.json'));
 const { chromium } = toolsRequire('playwright-core');
 
+// An endpoint's path as the console asks it: the program's own path, which
+// every web server of the camera serves.
+export const apiPath = (endpoint) => `/cgi-bin/rest.cgi?id=1.2/${endpoint}`;
+
 export function scratchFolder() {
   const folder = join(buildDir, 'tmp');
   mkdirSync(folder, { recursive: true });
@@ -122,7 +126,7 @@ export async function openConsole(browser, camera) {
   // those the browser marks as cross-site.
   const changes = [];
   page.on('request', async (request) => {
-    if (['GET', 'HEAD'].includes(request.method()) || !request.url().includes('/api/')) return;
+    if (['GET', 'HEAD'].includes(request.method()) || !request.url().includes('/cgi-bin/rest.cgi')) return;
     const headers = await request.allHeaders();
     changes.push({ method: request.method(), url: request.url(), origin: headers.origin,
       site: headers['sec-fetch-site'] });
@@ -162,7 +166,7 @@ export async function screenshot(page, name) {
 // The camera's API for a test's own checks and preparations, with a session
 // of its own (admin/admin): api('status'), api('settings', {method: 'PUT', json}).
 export async function apiSession(camera) {
-  const login = await fetch(`${camera.baseUrl}/api/1.2/login`, {
+  const login = await fetch(camera.baseUrl + apiPath('login'), {
     method: 'POST', headers: { 'Content-Type': 'application/json' },
     body: JSON.stringify({ username: 'admin', password: 'admin' }),
   });
@@ -171,7 +175,7 @@ export async function apiSession(camera) {
   return async (endpoint, { method = 'GET', json } = {}) => {
     const headers = { Cookie: cookie };
     if (json !== undefined) headers['Content-Type'] = 'application/json';
-    const response = await fetch(`${camera.baseUrl}/api/1.2/${endpoint}`, {
+    const response = await fetch(camera.baseUrl + apiPath(endpoint), {
       method, headers, body: json === undefined ? undefined : JSON.stringify(json),
     });
     const type = response.headers.get('content-type') || '';
