@@ -1,7 +1,8 @@
 // Fuzzes what access control reads from outside: the first input line is
 // the Cookie header, the rest the session database text (and, on its own,
 // an account file). The database must read back the same after being
-// written, and the session check must never crash on any record shape.
+// written, the session table (records kept as text) must agree with the
+// dynamic value, and the session check must never crash on any record shape.
 #include <stdlib.h>
 
 #include <cstdint>
@@ -12,13 +13,16 @@
 #include "orvo/utils/account.h"
 #include "orvo_cgi.h"
 #include "session_db.h"
+#include "session_table.h"
 
 namespace {
 
 void checkDatabase(std::string const& text, std::string const& id) {
   orvo::variant::Variant db;
   orvo::variant::Variant picked;
+  orvo::rest::access::SessionTable table;
   bool whole = orvo::rest::access::parseSessionDb(text, db);
+  if (table.Parse(text) != whole) abort();
   // The session check reads only the cookie's record: same verdicts.
   if (orvo::rest::access::parseSessionFor(text, id, picked) != whole) abort();
   if (!whole) return;
@@ -29,7 +33,14 @@ void checkDatabase(std::string const& text, std::string const& id) {
       pickedStored != stored) {
     abort();
   }
-  orvo::rest::access::pruneExpiredSessions(db, 1700000000000ull);
+  if (table.size() != db.KeysCount()) abort();
+  if (table.PruneExpired(1700000000000ull) !=
+      orvo::rest::access::pruneExpiredSessions(db, 1700000000000ull)) {
+    abort();
+  }
+  if (table.EvictOldest(3) != orvo::rest::access::evictOldestSessions(db, 3)) abort();
+  orvo::variant::Variant fromTable;
+  if (!orvo::rest::access::parseSessionDb(table.Styled(), fromTable) || !(fromTable == db)) abort();
   std::string written;
   if (!db.ToJSON(written, true)) abort();
   orvo::variant::Variant again;

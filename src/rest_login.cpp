@@ -18,6 +18,7 @@
 #include "rest_log.h"
 #include "rest_status.h"
 #include "session_db.h"
+#include "session_table.h"
 
 using orvo::variant::Variant;
 
@@ -34,10 +35,10 @@ std::string sessionDbPath() { return sessionDbFile(); }
 // The database a login adds to. Nothing there: an empty file is created
 // and the database starts empty. Something untrusted, too big or broken:
 // it is logged and replaced, so that no state of the file keeps logins out.
-bool loadForLogin(std::string const& path, Variant& db) {
+bool loadForLogin(std::string const& path, SessionTable& db) {
   char const* const fn = "CreateSession";
   std::string problem;
-  switch (readSessionDb(path, db, problem)) {
+  switch (readSessionTable(path, db, problem)) {
     case SessionDbRead::kRead:
       return true;
     case SessionDbRead::kMissing:
@@ -49,8 +50,7 @@ bool loadForLogin(std::string const& path, Variant& db) {
   }
   ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s; starting an empty one", kSessionDbPath,
            problem.c_str());
-  db = Variant();
-  db.IsArray(false);
+  db.Clear();
   if (clearRefusedEntry(path)) return true;
   ORVO_LOG(fn, LOG_ERR, errno, "Failed to create authDB");
   return false;
@@ -58,9 +58,9 @@ bool loadForLogin(std::string const& path, Variant& db) {
 
 // Makes room for one more session: expired ones go, then the oldest beyond
 // the cap.
-void makeRoom(Variant& db) {
-  pruneExpiredSessions(db, orvo::utils::nowMs());
-  std::size_t evicted = evictOldestSessions(db, kMaxSessions - 1);
+void makeRoom(SessionTable& db) {
+  db.PruneExpired(orvo::utils::nowMs());
+  std::size_t evicted = db.EvictOldest(kMaxSessions - 1);
   if (evicted > 0) {
     ORVO_LOG("CreateSession", LOG_WARNING, 0, "Session limit %zu reached: %zu oldest evicted",
              kMaxSessions, evicted);
@@ -87,11 +87,11 @@ bool CreateSession(CGIRequest const& request, std::string& id) {
     return false;
   }
   std::string const path = sessionDbPath();
-  Variant db;
+  SessionTable db;
   if (!loadForLogin(path, db)) return false;
   makeRoom(db);
-  db[newId] = record;
-  if (!writeSessionDb(path, db)) {
+  db.Put(newId, record);
+  if (!writeSessionTable(path, db)) {
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to save auth database");
     return false;
   }
@@ -193,21 +193,20 @@ int Logout(CGIRequest const& request, CGIResponse& response) {
     return 0;
   }
   std::string const path = sessionDbPath();
-  Variant db;
+  SessionTable db;
   std::string problem;
-  if (readSessionDb(path, db, problem) != SessionDbRead::kRead) {
+  if (readSessionTable(path, db, problem) != SessionDbRead::kRead) {
     if (!problem.empty()) {
       ORVO_LOG(fn, LOG_ERR, 0, "Ignoring '%s': it %s", kSessionDbPath, problem.c_str());
     }
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to read auth database");
     return 0;
   }
-  if (!findSession(db, id)) {
+  if (!db.Remove(id)) {
     ORVO_LOG(fn, LOG_ERR, 0, "No record for UUID '%s' found", id.c_str());
     return 0;
   }
-  db.RemoveValue(id, false);
-  if (!writeSessionDb(path, db)) {
+  if (!writeSessionTable(path, db)) {
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to save auth database");
     return -1;
   }

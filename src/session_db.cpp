@@ -19,13 +19,12 @@ bool isBlank(std::string const& text) {
   return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
-// A record's "max-age" read as unsigned; 0 when it has none.
-unsigned long expiryOf(Variant const& record) {
+}  // namespace
+
+uint64_t sessionExpiry(Variant const& record) {
   Variant const* maxAge = record.GetKeyChain(orvo::variant::VT_ANY, kMaxAgeKey, false);
   return maxAge ? static_cast<unsigned long>(*maxAge) : 0;
 }
-
-}  // namespace
 
 bool parseSessionDb(std::string const& text, Variant& db) {
   if (text.size() > kMaxSessionDbBytes) return false;
@@ -66,7 +65,7 @@ std::size_t pruneExpiredSessions(Variant& db, uint64_t nowMs) {
   if (db.Type() != orvo::variant::VT_OBJECT || db.KeysCount() == 0) return 0;
   std::vector<std::string> expired;
   for (auto it = db.str_begin(); it != db.str_end(); ++it) {
-    if (expiryOf(it->second) < nowMs) expired.push_back(it->first);
+    if (sessionExpiry(it->second) < nowMs) expired.push_back(it->first);
   }
   for (auto const& id : expired) db.RemoveValue(id, false);
   return expired.size();
@@ -74,9 +73,9 @@ std::size_t pruneExpiredSessions(Variant& db, uint64_t nowMs) {
 
 std::size_t evictOldestSessions(Variant& db, std::size_t keep) {
   if (db.Type() != orvo::variant::VT_OBJECT || db.KeysCount() <= keep) return 0;
-  std::vector<std::pair<unsigned long, std::string>> byExpiry;
+  std::vector<std::pair<uint64_t, std::string>> byExpiry;
   for (auto it = db.str_begin(); it != db.str_end(); ++it) {
-    byExpiry.emplace_back(expiryOf(it->second), it->first);
+    byExpiry.emplace_back(sessionExpiry(it->second), it->first);
   }
   std::size_t const excess = byExpiry.size() - keep;
   std::partial_sort(byExpiry.begin(), byExpiry.begin() + excess, byExpiry.end());

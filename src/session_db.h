@@ -76,6 +76,8 @@ orvo::variant::Variant const* findSession(orvo::variant::Variant const& db,
                                           std::string const& id);
 // A new record for a login from `remoteAddr` at `nowMs`.
 orvo::variant::Variant makeSessionRecord(std::string const& remoteAddr, uint64_t nowMs);
+// A record's "max-age" read as unsigned; 0 when it has none.
+uint64_t sessionExpiry(orvo::variant::Variant const& record);
 // Removes every member whose "max-age" (read as unsigned) is below `nowMs`;
 // returns how many went.
 std::size_t pruneExpiredSessions(orvo::variant::Variant& db, uint64_t nowMs);

@@ -14,6 +14,7 @@
 #include "orvo/utils/random.h"
 #include "private_dir.h"
 #include "session_db.h"
+#include "session_table.h"
 
 using orvo::variant::Variant;
 
@@ -22,6 +23,7 @@ namespace orvo::rest::access {
 namespace {
 
 constexpr mode_t kCreateMode = 0666;  // replaced by a 0600 file at once
+constexpr mode_t kFileMode = 0600;
 constexpr unsigned long kAsideRandomChars = 6;
 
 std::string describeOpenError(int err) {
@@ -29,9 +31,9 @@ std::string describeOpenError(int err) {
   return std::string("cannot be opened: ") + std::strerror(err);
 }
 
-// Reads the descriptor once it passed the checks; `problem` says why not.
-// `id` null: the whole database; else only that member.
-bool readTrusted(int fd, std::string const* id, Variant& db, std::string& problem) {
+// Reads the descriptor's text once it passed the checks; `problem` says
+// why not.
+bool readTrusted(int fd, std::string& text, std::string& problem) {
   struct stat info {};
   if (::fstat(fd, &info) != 0) {
     problem = std::string("cannot be examined: ") + std::strerror(errno);
@@ -39,19 +41,13 @@ bool readTrusted(int fd, std::string const* id, Variant& db, std::string& proble
   }
   problem = untrustedReason(info.st_mode, info.st_uid, ::geteuid());
   if (!problem.empty()) return false;
-  std::string text;
   bool tooBig = static_cast<uint64_t>(info.st_size) > kMaxSessionDbBytes;
   if (!tooBig && !orvo::utils::readFdBounded(fd, kMaxSessionDbBytes, text)) {
     tooBig = errno == EFBIG;  // grew while being read
     if (!tooBig) problem = std::string("cannot be read: ") + std::strerror(errno);
   }
   if (tooBig) problem = "holds more than " + std::to_string(kMaxSessionDbBytes) + " bytes";
-  if (!problem.empty()) return false;
-  if (!(id ? parseSessionFor(text, *id, db) : parseSessionDb(text, db))) {
-    problem = "is not JSON";
-    return false;
-  }
-  return true;
+  return problem.empty();
 }
 
 }  // namespace
@@ -76,9 +72,10 @@ std::string untrustedReason(mode_t mode, uid_t owner, uid_t euid) {
 
 namespace {
 
-// Opens without following a link or blocking on a FIFO, then reads.
-SessionDbRead readFile(std::string const& path, std::string const* id, Variant& db,
-                       std::string& problem) {
+// Opens without following a link or blocking on a FIFO, reads, and hands
+// the text to `parse` (false: not JSON).
+template <typename Parse>
+SessionDbRead readFile(std::string const& path, std::string& problem, Parse parse) {
   problem.clear();
   int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) {
@@ -86,21 +83,43 @@ SessionDbRead readFile(std::string const& path, std::string const* id, Variant& 
     problem = describeOpenError(errno);
     return SessionDbRead::kRefused;
   }
-  bool ok = readTrusted(fd, id, db, problem);
+  std::string text;
+  bool ok = readTrusted(fd, text, problem);
   ::close(fd);
+  if (ok && !parse(std::move(text))) {
+    problem = "is not JSON";
+    ok = false;
+  }
   return ok ? SessionDbRead::kRead : SessionDbRead::kRefused;
 }
 
 }  // namespace
 
 SessionDbRead readSessionDb(std::string const& path, Variant& db, std::string& problem) {
-  return readFile(path, nullptr, db, problem);
+  return readFile(path, problem, [&](std::string text) { return parseSessionDb(text, db); });
 }
 
 SessionDbRead readSessionFor(std::string const& path, std::string const& id, Variant& db,
                              std::string& problem) {
-  return readFile(path, &id, db, problem);
+  return readFile(path, problem,
+                  [&](std::string text) { return parseSessionFor(text, id, db); });
 }
+
+SessionDbRead readSessionTable(std::string const& path, SessionTable& table,
+                               std::string& problem) {
+  return readFile(path, problem, [&](std::string text) { return table.Parse(std::move(text)); });
+}
+
+namespace {
+
+// The caller holds the database mutex, so no other writer is mid-write: any
+// temporary file beside the database is a killed writer's leftover.
+bool replaceFile(std::string const& path, std::string const& text) {
+  orvo::utils::removeStaleTemporaries(path);
+  return orvo::utils::replaceFileAtomically(path, text, kFileMode, false);
+}
+
+}  // namespace
 
 bool createSessionDb(std::string const& path) {
   int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
@@ -119,10 +138,12 @@ bool clearRefusedEntry(std::string const& path) {
 }
 
 bool writeSessionDb(std::string const& path, Variant const& db) {
-  // The caller holds the database mutex, so no other writer is mid-write:
-  // any temporary file beside the database is a killed writer's leftover.
-  orvo::utils::removeStaleTemporaries(path);
-  return db.ToJSONFile(path, true);
+  std::string text;
+  return db.ToJSON(text, true) && replaceFile(path, text);
+}
+
+bool writeSessionTable(std::string const& path, SessionTable const& table) {
+  return replaceFile(path, table.Styled());
 }
 
 }  // namespace orvo::rest::access

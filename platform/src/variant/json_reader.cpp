@@ -17,16 +17,10 @@ namespace variant {
 
 namespace {
 
-// Full precision is kept for the record: with numbers handed over as text,
-// the conversion is ours and always exact or correctly rounded. The reader
-// does not validate UTF-8 itself: the handlers check every decoded string
-// and key, which holds the raw bytes as they came and what escapes made of
-// them (a lone "\uDC00"), and bytes outside strings are a syntax error.
-constexpr unsigned kReaderFlags = rapidjson::kParseIterativeFlag |
-                                  rapidjson::kParseFullPrecisionFlag |
-                                  rapidjson::kParseNumbersAsStringsFlag;
+using detail::HasNul;
+using detail::kReaderFlags;
 
-class VariantBuilder {
+class VariantBuilder : public detail::NumbersAsTextHandler {
  public:
   explicit VariantBuilder(Variant& root) : root_(root) {}
 
@@ -37,11 +31,6 @@ class VariantBuilder {
   }
   bool Bool(bool value) { return Store(value); }
   // Numbers arrive as text (kParseNumbersAsStringsFlag), see json_number.h.
-  bool Int(int) { return false; }
-  bool Uint(unsigned) { return false; }
-  bool Int64(int64_t) { return false; }
-  bool Uint64(uint64_t) { return false; }
-  bool Double(double) { return false; }
   bool RawNumber(char const* text, rapidjson::SizeType length, bool) {
     return detail::NumberFromText(text, length, *NextSlot());
   }
@@ -97,7 +86,7 @@ class VariantBuilder {
 
 // Validates everything as VariantBuilder would, but hands the events of one
 // top-level member's value to a builder and drops all others.
-class MemberPicker {
+class MemberPicker : public detail::NumbersAsTextHandler {
  public:
   MemberPicker(std::string const& name, Variant& member) : name_(name), member_(member) {}
 
@@ -105,11 +94,6 @@ class MemberPicker {
 
   bool Null() { return Scalar([](VariantBuilder& b) { return b.Null(); }); }
   bool Bool(bool value) { return Scalar([value](VariantBuilder& b) { return b.Bool(value); }); }
-  bool Int(int) { return false; }
-  bool Uint(unsigned) { return false; }
-  bool Int64(int64_t) { return false; }
-  bool Uint64(uint64_t) { return false; }
-  bool Double(double) { return false; }
   bool RawNumber(char const* text, rapidjson::SizeType length, bool copy) {
     Variant scratch;
     if (!capture_ && !detail::NumberFromText(text, length, scratch)) return false;
@@ -169,16 +153,11 @@ class MemberPicker {
   bool found_ = false;
 };
 
-// RapidJSON stops at a NUL byte as if the input ended there.
-bool hasNul(char const* text, std::size_t length) { return std::memchr(text, '\0', length) != nullptr; }
-
 }  // namespace
 
 bool Variant::FromJSON(char const* text, std::size_t length) {
   Variant parsed;
-  // A raw NUL byte is never valid JSON, but the reader takes it for the end
-  // of input and would accept "1\0junk".
-  bool ok = text != nullptr && !hasNul(text, length);
+  bool ok = text != nullptr && !HasNul(text, length);
   if (ok) {
     rapidjson::MemoryStream stream(text, length);
     VariantBuilder builder(parsed);
@@ -196,7 +175,7 @@ bool MemberFromJSON(std::string const& text, std::string const& name, Variant& m
                     bool& found) {
   Variant picked;
   MemberPicker picker(name, picked);
-  bool ok = !hasNul(text.data(), text.size());
+  bool ok = !HasNul(text.data(), text.size());
   if (ok) {
     rapidjson::MemoryStream stream(text.data(), text.size());
     rapidjson::Reader reader;

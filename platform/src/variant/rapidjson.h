@@ -18,3 +18,40 @@
 #if defined(__clang__)
 #pragma clang attribute pop
 #endif
+
+#include <cstdint>
+#include <cstring>
+
+namespace orvo {
+namespace variant {
+namespace detail {
+
+// How every reader of ours parses. Full precision is kept for the record:
+// with numbers handed over as text, the conversion is ours and always exact
+// or correctly rounded. The reader does not validate UTF-8 itself: the
+// handlers check every decoded string and key, which holds the raw bytes as
+// they came and what escapes made of them (a lone "\uDC00"), and bytes
+// outside strings are a syntax error.
+constexpr unsigned kReaderFlags = rapidjson::kParseIterativeFlag |
+                                  rapidjson::kParseFullPrecisionFlag |
+                                  rapidjson::kParseNumbersAsStringsFlag;
+
+// RapidJSON stops at a NUL byte as if the input ended there: a raw NUL is
+// never valid JSON, but the reader would accept "1\0junk".
+inline bool HasNul(char const* text, std::size_t length) {
+  return std::memchr(text, '\0', length) != nullptr;
+}
+
+// With kReaderFlags every number arrives as text (RawNumber): a handler's
+// typed number events never come, and refuse if they did.
+struct NumbersAsTextHandler {
+  bool Int(int) { return false; }
+  bool Uint(unsigned) { return false; }
+  bool Int64(int64_t) { return false; }
+  bool Uint64(uint64_t) { return false; }
+  bool Double(double) { return false; }
+};
+
+}  // namespace detail
+}  // namespace variant
+}  // namespace orvo
