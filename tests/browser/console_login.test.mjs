@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { promisify } from 'node:util';
 import { gzipSync } from 'node:zlib';
 import { after, before, test } from 'node:test';
-import { apiPath, buildDir, launchBrowser, openConsole, screenshot, seriousViolations, sourceDir, startCamera } from './support.mjs';
+import { apiPath, buildDir, consoleFileTypes, launchBrowser, openConsole, screenshot, seriousViolations, sourceDir, startCamera } from './support.mjs';
 
 let camera;
 let browser;
@@ -30,9 +30,7 @@ async function typeLogin(page, password) {
 }
 
 test('the console is served with its types and a policy that loads nothing from elsewhere', async () => {
-  const types = { '/': 'text/html', '/js/main.js': 'text/javascript', '/console.css': 'text/css',
-    '/icon.svg': 'image/svg+xml', '/api-schema.json': 'application/json' };
-  for (const [path, type] of Object.entries(types)) {
+  for (const [path, type] of Object.entries(consoleFileTypes)) {
     const response = await fetch(camera.baseUrl + path);
     assert.equal(response.status, 200, path);
     assert.ok(response.headers.get('content-type').startsWith(type), path);

@@ -23,6 +23,12 @@ const { chromium } = toolsRequire('playwright-core');
 // every web server of the camera serves.
 export const apiPath = (endpoint) => `/cgi-bin/rest.cgi?id=1.2/${endpoint}`;
 
+// The console's files and the types the camera must serve them with.
+export const consoleFileTypes = {
+  '/': 'text/html', '/js/main.js': 'text/javascript', '/console.css': 'text/css',
+  '/icon.svg': 'image/svg+xml', '/api-schema.json': 'application/json',
+};
+
 export function scratchFolder() {
   const folder = join(buildDir, 'tmp');
   mkdirSync(folder, { recursive: true });
@@ -181,6 +187,15 @@ export async function apiSession(camera) {
     const type = response.headers.get('content-type') || '';
     return { status: response.status, body: type.startsWith('application/json') ? await response.json() : null };
   };
+}
+
+// Opens the maintenance page's log, searches it for `term` and returns the
+// lines then shown (newest first).
+export async function searchLog(page, term) {
+  const lines = page.locator('ol.log li');
+  await lines.first().waitFor();
+  await page.getByLabel('Search the log').fill(term);
+  return lines.allTextContents();
 }
 
 // Logs the page in through the login form (the camera past its first use).

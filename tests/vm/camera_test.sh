@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The virtual camera end to end, as CI runs it: boot; version, login, status,
-# settings read and write; a firmware upload, check and upgrade that shows the
-# new version after the camera's own restart; a reboot that keeps the
-# settings and ends the sessions; a factory reset. Boots a factory-new disk
-# on a port of its own and stops the camera when done.
+# settings read and write; the web console in a browser; a firmware upload,
+# check and upgrade that shows the new version after the camera's own
+# restart; a reboot that keeps the settings and ends the sessions; a factory
+# reset. Boots a factory-new disk on a port of its own and stops the camera
+# when done.
 #   tests/vm/camera_test.sh [PORT]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -41,6 +42,12 @@ await_boot() {  # <count>
   done
   return 1
 }
+# The web console in Chromium against this camera (tests/vm/console.test.mjs);
+# its report is shown only when it fails.
+console_in_browser() {
+  ORVO_CAMERA_URL="http://127.0.0.1:$port" ORVO_SOURCE_DIR="$PWD" ORVO_BINARY_DIR="$PWD/build-vm" \
+    node --test tests/vm/console.test.mjs >"$work/console.log" 2>&1 || { cat "$work/console.log"; return 1; }
+}
 login() {
   rm -f "$work/jar"
   request POST login -H 'Content-Type: application/json' -d '{"username":"admin","password":"admin"}'
@@ -61,6 +68,7 @@ check "settings write" [ "$(request PUT settings -H 'Content-Type: application/j
   -d '{"isp":{"contrast":63}}')" = 200 ]
 request GET settings >/dev/null
 check "settings read back" body_has '"contrast":63'
+check "the web console, from login to logout" console_in_browser
 
 new_version=OV-B4.v4.24.0.68.abc1234.230601.1200
 ORVO_SIM_BIN=${ORVO_BUILD_DIR:-build}/sim ./camsim fwimage --root build-vm/factory \
