@@ -14,6 +14,7 @@
 def placeholder: type == "string" and test("^<(string|number|boolean|null|object|array|any)>$");
 
 def where($at): if $at == "" then "the answer" else $at end;
+def article: if test("^[aeiou]") then "an \(.)" else "a \(.)" end;
 
 def differences($p; $at):
   if ($p | type) == "string" and ($p | test("^<=[A-Za-z0-9_-]+>$")) then
@@ -23,9 +24,9 @@ def differences($p; $at):
     else "\(where($at)): no pattern is named \($p["<="])" end
   elif ($p | placeholder) then
     ($p | .[1:-1]) as $t
-    | if $t == "any" or type == $t then empty else "\(where($at)): a \(type), not a \($t)" end
+    | if $t == "any" or type == $t then empty else "\(where($at)): \(type | article), not \($t | article)" end
   elif ($p | type) == "object" then
-    if type != "object" then "\(where($at)): a \(type), not an object"
+    if type != "object" then "\(where($at)): \(type | article), not an object"
     else
       . as $value
       | (($p | keys) - keys | .[] | "\($at).\(.): missing"),
@@ -33,7 +34,7 @@ def differences($p; $at):
         (keys - (keys - ($p | keys)) | .[] as $k | $value[$k] | differences($p[$k]; "\($at).\($k)"))
     end
   elif ($p | type) == "array" then
-    if type != "array" then "\(where($at)): a \(type), not a list"
+    if type != "array" then "\(where($at)): \(type | article), not a list"
     elif ($p | length) == 0 then (if length == 0 then empty else "\(where($at)): \(length) items, not none" end)
     elif ($p | length) == 1 then
       if length == 0 then "\(where($at)): an empty list"

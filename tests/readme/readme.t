@@ -58,6 +58,7 @@ log) and a preflight.
 
   $ curl -i http://127.0.0.1:8080/api/1.2/version
   HTTP 200
+  ~ ^HTTP/1.1 200 OK
   ~ ^Content-Type: application/json
   {"version":"1.2"}
   $ curl http://127.0.0.1:8080/api/1.2/version
@@ -65,6 +66,7 @@ log) and a preflight.
   {"version":"1.2"}
   $ curl -i http://127.0.0.1:8080/api/1.2/foo
   HTTP 500
+  ~ ^HTTP/1.1 500 Internal Server Error
   $ tail -n 1 .camsim/var/log/messages
   ~ orvo_cgi\[[0-9]+\]: <err> orvo_cgi: [^ ]+:processRestRequest:[0-9]+: No RESTful service called 'foo' is registered$
   $ curl -i -X OPTIONS http://127.0.0.1:8080/api/1.2/status

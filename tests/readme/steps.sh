@@ -14,7 +14,7 @@
 #                   "<=NAME>" (or {"<=":"NAME",...}: with members changed or
 #                   added); without a pattern, the step's answer matches that one
 #   anything else   a JSON pattern of the answer's body (pattern.jq); without
-#                   one or a "~" line the body must be empty
+#                   one or a "~" line matching the body, the body must be empty
 # Other lines are commentary; "  - COMMAND  # reason" excuses a command.
 
 steps_run=0
@@ -179,17 +179,19 @@ name_pattern() {
 
 # Prints what differs from the step's checks, nothing when it passes.
 check_step() {  # <exit status>
-  local expected_exit=0 expected_http="" pattern="" body_checked=false check localised http
+  local expected_exit=0 expected_http="" pattern="" body_checked=false check localised http body
   http=$(http_status)
+  body=$(step_body)
   for check in "${step_checks[@]}"; do
     case "$check" in
       '['[0-9]*']') expected_exit=${check:1:-1} ;;
       'HTTP '*) expected_http=${check#HTTP } ;;
       '= '*) ;;
       '~ '*)
-        body_checked=true
         localise "${check:2}"
-        grep -Eq -- "$localised" "$step_output" || echo "no line matches: ${check:2}" ;;
+        grep -Eq -- "$localised" "$step_output" || echo "no line matches: ${check:2}"
+        # A line of the body that matches checks it; one of the headers does not.
+        ! grep -Eq -- "$localised" <<<"$body" || body_checked=true ;;
       '? '*)
         localise "${check:2}"
         (cd "$work" && eval "$localised") >/dev/null 2>&1 || echo "check failed: ${check:2}" ;;
@@ -202,8 +204,6 @@ check_step() {  # <exit status>
   elif [ "$http" != "$expected_http" ]; then
     echo "HTTP status ${http:-none}, not $expected_http"
   fi
-  local body
-  body=$(step_body)
   if [ -n "$pattern" ]; then
     [ -n "$body" ] || { echo "no answer, where the transcript has a pattern"; return; }
     jq -r --arg mode check --argjson pattern "$pattern" --argjson named "$named_patterns" \
