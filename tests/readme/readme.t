@@ -212,8 +212,7 @@ refuses a second one meanwhile, so each waits for the one before.
   >     "ctlAddr":"ctl.example.net:7443","ctlUuid":"2b1f5c8e-3a44-4c1e-8d2f-6a7b9c0d1e2f"}' \
   >     http://127.0.0.1:8080/api/1.2/setup
   HTTP 200
-  % await 'curl -b jar http://127.0.0.1:8080/api/1.2/setup | grep -q netMode.:.static'
-  HTTP 200
+  % await_lock rest_setup_put
   $ curl -b jar -X PUT -H 'Content-Type: application/json' -d '{"wifiSsid":"HomeNet",
   >     "wifiKey":"wpa","wifiAuth":"psk","wifiPsk":"orchard-lane-42"}' http://127.0.0.1:8080/api/1.2/setup
   HTTP 200

@@ -78,6 +78,12 @@ await_restart() {  # <count>
   flock -w 120 "$ORVO_ROOT/sim/reboot.lock" true
 }
 
+# No request of the camera holds the named lock (cgilib's locks, flock(2) on
+# run/lock/orvo/<name>): what took it is done.
+await_lock() {  # <name>
+  flock -w 60 "$ORVO_ROOT/run/lock/orvo/$1" true
+}
+
 # Runs <shell command> until it succeeds (a minute at most).
 await() {  # <shell command>
   local deadline=$((SECONDS + 60))
