@@ -20,6 +20,7 @@
 steps_run=0
 step_kind=""
 step_line=0
+step_file=readme.t
 step_command=""
 step_checks=()
 # The patterns named so far ("= NAME"), as one JSON object.
@@ -109,6 +110,7 @@ http_status() {
 
 run_transcript() {  # <transcript>
   local line number=0
+  step_file=${1##*/}
   while IFS= read -r line || [ -n "$line" ]; do
     number=$((number + 1))
     case "$line" in
@@ -143,7 +145,7 @@ seconds_since() {  # <start>
 
 run_step() {
   local localised status=0 started=$EPOCHREALTIME took
-  name_pattern || { fail "readme.t:$step_line: its named pattern is no JSON"; return 0; }
+  name_pattern || { fail "$step_file:$step_line: its named pattern is no JSON"; return 0; }
   localise "$step_command"
   : >"$step_headers"
   (cd "$work" && set +euo pipefail && eval "$localised") >"$step_output" 2>"$step_errors" </dev/null ||
@@ -154,10 +156,10 @@ run_step() {
   local problems
   problems=$(check_step "$status")
   if [ -z "$problems" ]; then
-    printf 'ok %5s s  readme.t:%s  %s\n' "$took" "$step_line" "${step_command%%$'\n'*}"
+    printf 'ok %5s s  %s:%s  %s\n' "$took" "$step_file" "$step_line" "${step_command%%$'\n'*}"
     return 0
   fi
-  fail "readme.t:$step_line ($took s): $step_command"
+  fail "$step_file:$step_line ($took s): $step_command"
   printf '    %s\n    --- what it printed (HTTP status %s):\n' "${problems//$'\n'/$'\n'    }" "$(http_status)"
   head -c 2000 "$step_output" | sed 's/^/    | /'
   echo "    --- its errors:"
