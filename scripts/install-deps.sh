@@ -20,6 +20,7 @@ packages=(
   openssl                           # camsim hashes the simulated account's password
   hyperfine valgrind                # whole-process benchmarks (times, instruction counts)
   shellcheck                        # the scripts are checked by the test suite
+  jq                                # README.md's commands as a test: the answers' shapes
   chromium                          # the API reference is checked in a headless browser
 )
 
@@ -40,9 +41,18 @@ for option in "$@"; do
   esac
 done
 
+# One query for all (`camsim up` runs this every time): a package of the
+# machine's own architecture is named with or without it.
+declare -A installed=()
+native=$(dpkg --print-architecture)
+while read -r name state; do
+  [ "$state" = ii ] || continue
+  installed[$name]=1
+  installed[${name%:"$native"}]=1
+done < <(dpkg-query -W -f='${binary:Package} ${db:Status-Abbrev}\n' "${packages[@]}" 2>/dev/null || true)
 missing=()
 for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+  [ -n "${installed[$p]:-}" ] || missing+=("$p")
 done
 # Node and npm for the API description's tools: Debian's, unless a node
 # with its own npm is installed already.

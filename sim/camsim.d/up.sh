@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 describe_command up "up [--root DIR] [--port N] [--cgi PATH] [--device] [--server lighttpd|busybox] [--daemons NAME,...]" \
-  "build rest.cgi and the API reference, serve them with lighttpd (or --server busybox: BusyBox's httpd) on 127.0.0.1:N (8080), the reference at /docs/; --device: the AArch64 build, under qemu; --daemons: only these daemons (all nine by default, \"none\" for none)"
+  "build rest.cgi and the API reference, serve them with lighttpd (or --server busybox: BusyBox's httpd) on 127.0.0.1:N (\$ORVO_PORT, else 8080), the reference at /docs/; --device: the AArch64 build, under qemu; --daemons: only these daemons (all nine by default, \"none\" for none)"
 
 # How long `up` waits for the web server to answer.
 UP_WAIT_SECONDS=10
@@ -8,7 +8,7 @@ UP_WAIT_SECONDS=10
 cmd_up() {
   take_root "$@"
   shift "$CAMSIM_SHIFT"
-  local port=8080 cgi="" device=false daemons="" server=lighttpd
+  local port=${ORVO_PORT:-8080} cgi="" device=false daemons="" server=lighttpd
   while [ $# -gt 0 ]; do
     case "$1" in
       --port) [ $# -ge 2 ] || die "up: --port needs a number"; port=$2; shift ;;
