@@ -1,27 +1,33 @@
-// Every endpoint handler (RestHandler signature), one module each.
+// Every endpoint's entry point, as the registry names it: each hands its
+// request to its endpoint's row (endpoint_recipe.h).
 #pragma once
 
-#include "rest.h"
+#include <string>
 
-#define ORVO_REST_HANDLER(name)                                                              \
-  int name(CGIRequest const& request, CGIResponse& response, std::string const& version,    \
-           std::string const& endpoint, std::string const& rest)
+#include "orvo_cgi.h"
 
-ORVO_REST_HANDLER(rest_ap_main);
-ORVO_REST_HANDLER(rest_connect_main);
-ORVO_REST_HANDLER(rest_check_main);
-ORVO_REST_HANDLER(rest_firmware_main);
-ORVO_REST_HANDLER(rest_login_main);
-ORVO_REST_HANDLER(rest_reboot_main);
-ORVO_REST_HANDLER(rest_reset_main);
-ORVO_REST_HANDLER(rest_reset_image_main);
-ORVO_REST_HANDLER(rest_manage_main);
-ORVO_REST_HANDLER(rest_services_main);
-ORVO_REST_HANDLER(rest_settings_main);
-ORVO_REST_HANDLER(rest_setup_main);
-ORVO_REST_HANDLER(rest_snapshot_main);
-ORVO_REST_HANDLER(rest_status_main);
-ORVO_REST_HANDLER(rest_support_main);
-ORVO_REST_HANDLER(rest_syslog_main);
-ORVO_REST_HANDLER(rest_upgrade_main);
-ORVO_REST_HANDLER(rest_version_main);
+using orvo::cgi::CGIRequest;
+using orvo::cgi::CGIResponse;
+
+using RestHandlerFunction = int(CGIRequest const& request, CGIResponse& response,
+                                std::string const& version, std::string const& endpoint,
+                                std::string const& rest);
+
+RestHandlerFunction rest_ap_main;
+RestHandlerFunction rest_connect_main;
+RestHandlerFunction rest_check_main;
+RestHandlerFunction rest_firmware_main;
+RestHandlerFunction rest_login_main;
+RestHandlerFunction rest_reboot_main;
+RestHandlerFunction rest_reset_main;
+RestHandlerFunction rest_reset_image_main;
+RestHandlerFunction rest_manage_main;
+RestHandlerFunction rest_services_main;
+RestHandlerFunction rest_settings_main;
+RestHandlerFunction rest_setup_main;
+RestHandlerFunction rest_snapshot_main;
+RestHandlerFunction rest_status_main;
+RestHandlerFunction rest_support_main;
+RestHandlerFunction rest_syslog_main;
+RestHandlerFunction rest_upgrade_main;
+RestHandlerFunction rest_version_main;

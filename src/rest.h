@@ -7,14 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "orvo_cgi.h"
+#include "handlers.h"
 
-using orvo::cgi::CGIRequest;
-using orvo::cgi::CGIResponse;
-
-typedef int (*RestHandler)(CGIRequest const& request, CGIResponse& response,
-                           std::string const& version, std::string const& endpoint,
-                           std::string const& rest);
+using RestHandler = RestHandlerFunction*;
 typedef bool (*RestAuthenticator)(CGIRequest const& request, CGIResponse& response,
                                   std::string const& version, std::string const& endpoint,
                                   std::string const& rest);

@@ -1,7 +1,12 @@
 // The authenticators that guard endpoints, and the checks behind them.
 #pragma once
 
-#include "rest.h"
+#include <string>
+
+#include "orvo_cgi.h"
+
+using orvo::cgi::CGIRequest;
+using orvo::cgi::CGIResponse;
 
 bool AuthenticateNone(CGIRequest const& request, CGIResponse& response, std::string const& version,
                       std::string const& endpoint, std::string const& rest);

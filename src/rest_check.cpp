@@ -7,45 +7,47 @@
 
 #include <cerrno>
 
+#include "endpoint_rows.h"
 #include "firmware_upload.h"
-#include "handlers.h"
 #include "orvo/utils/firmware.h"
 #include "rest_log.h"
 
 namespace orvo::rest::check {
+
 constexpr char kLogFile[] = "src/rest_check";
-}  // namespace orvo::rest::check
 
-ORVO_REST_HANDLER(rest_check_main) {
-  using namespace orvo::rest::check;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_check", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
+namespace {
 
-  response.SetStatus(orvo::cgi::kHttpBadRequest);
-  orvo::rest::PrivateDir dir;
-  if (!dir.Open()) return response.Commit();
-  InterProcessMutex uploading(orvo::rest::kUploadLockName, false);
-  if (!orvo::rest::ReceiveFwUpload(request, response, dir, uploading)) return response.Commit();
-  std::string const saved = request.FormFileByName(orvo::rest::kFwUploadField).tmpfile;
-  if (!orvo::rest::StageFwUpload(dir, saved)) {
+Outcome serveCheck(Call const& call, variant::Variant&) {
+  call.response.SetStatus(cgi::kHttpBadRequest);
+  PrivateDir dir;
+  if (!dir.Open()) return call.response.Commit();
+  InterProcessMutex uploading(kUploadLockName, false);
+  if (!ReceiveFwUpload(call.request, call.response, dir, uploading)) return call.response.Commit();
+  std::string const saved = call.request.FormFileByName(kFwUploadField).tmpfile;
+  if (!StageFwUpload(dir, saved)) {
     ORVO_LOG("rest_check_main", LOG_ERR, errno, "Can't move received file '%s'", saved.c_str());
-    int const result = response.Commit();
+    int const result = call.response.Commit();
     if (!saved.empty()) ::unlink(saved.c_str());
-    orvo::rest::RemoveStagedImage(dir);
+    RemoveStagedImage(dir);
     return result;
   }
   orvo::utils::File image;
-  if (!image.Initialize(dir.Path() + "/" + orvo::rest::kStagedFwName, 0, 0)) {
+  if (!image.Initialize(dir.Path() + "/" + kStagedFwName, 0, 0)) {
     ORVO_LOG("rest_check_main", LOG_ERR, 0, "Can't open received file '%s'", saved.c_str());
   } else if (orvo::utils::ValidateFwHdr(image)) {
-    response.SetStatus(orvo::cgi::kHttpOk);
+    call.response.SetStatus(cgi::kHttpOk);
   } else {
     ORVO_LOG("rest_check_main", LOG_ERR, 0, "Bad firmware image");
   }
-  int const result = response.Commit();
-  orvo::rest::RemoveStagedImage(dir);
+  int const result = call.response.Commit();
+  RemoveStagedImage(dir);
   return result;
 }
+
+}  // namespace
+
+Endpoint const kEndpoint = {"rest_check", kLogFile, "rest_check_main",
+                                {okRow(kAnyMethod, serveCheck)}, loggedRefusal(nullptr)};
+
+}  // namespace orvo::rest::check

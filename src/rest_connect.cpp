@@ -1,6 +1,6 @@
 // GET or POST id=<version>/connect: the management client stops waiting and
 // connects to its controller now.
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "messages/daemons.h"
 #include "orvo/ipc/messages/base.h"
 #include "rest_log.h"
@@ -9,6 +9,9 @@
 namespace orvo::rest::connect {
 
 constexpr char kLogFile[] = "src/rest_connect";
+
+namespace {
+
 constexpr unsigned kConnectLimitMs = 5000;
 
 // True when the request was delivered; nobody waits for an answer.
@@ -20,26 +23,16 @@ bool InitiateAvclientConnection() {
                                 kConnectLimitMs);
 }
 
-}  // namespace orvo::rest::connect
-
-ORVO_REST_HANDLER(rest_connect_main) {
-  using namespace orvo::rest::connect;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_connect", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  std::string const method = request.Method();
-  if (method != "GET" && method != "POST") {
-    ORVO_LOG("rest_connect_main", LOG_ERR, 0, "Cannot process %s request", method.c_str());
-    return -1;
-  }
-  if (!InitiateAvclientConnection()) {
-    ORVO_LOG("rest_connect_main", LOG_ERR, 0,
-             "Failed to initiate orvo_avclient connection procedure");
-    return -1;
-  }
-  response.SetStatus(orvo::cgi::kHttpOk);
-  return response.Commit();
+Outcome serveConnect(Call const&, variant::Variant&) {
+  if (InitiateAvclientConnection()) return kReply;
+  ORVO_LOG("rest_connect_main", LOG_ERR, 0, "Failed to initiate orvo_avclient connection procedure");
+  return -1;
 }
+
+}  // namespace
+
+Endpoint const kEndpoint = {"rest_connect", kLogFile, "rest_connect_main",
+                            {okRow("GET", serveConnect), okRow("POST", serveConnect)},
+                            loggedRefusal("Cannot process %s request")};
+
+}  // namespace orvo::rest::connect

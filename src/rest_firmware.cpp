@@ -8,8 +8,8 @@
 
 #include <cerrno>
 
+#include "endpoint_rows.h"
 #include "firmware_upload.h"
-#include "handlers.h"
 #include "orvo/utils/firmware.h"
 #include "rest_log.h"
 
@@ -48,7 +48,9 @@ void CheckStagedImage(orvo::utils::File& image, PrivateDir const& dir, orvo::var
 
 }  // namespace
 
-int PrepareUpgrade(CGIRequest const& request, CGIResponse& response) {
+Outcome PrepareUpgrade(Call const& call, orvo::variant::Variant& reply) {
+  cgi::CGIRequest const& request = call.request;
+  cgi::CGIResponse& response = call.response;
   response.SetStatus(orvo::cgi::kHttpBadRequest);
   PrivateDir dir;
   if (!dir.Open()) {
@@ -72,26 +74,12 @@ int PrepareUpgrade(CGIRequest const& request, CGIResponse& response) {
     response.Commit();
     return -1;
   }
-  orvo::variant::Variant reply;
   CheckStagedImage(image, dir, reply);
-  std::string text;
-  if (!reply.ToJSON(text, false)) {
-    ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Failed to convert data to JSON format");
-    return -1;
-  }
-  response.SetStatus(orvo::cgi::kHttpOk);
-  response.body << text;
-  return response.Commit();
+  return kReply;
 }
+
+Endpoint const kEndpoint = {"rest_firmware", kLogFile, "rest_firmware_main",
+                            {documentRow(kAnyMethod, PrepareUpgrade, "PrepareUpgrade")},
+                            loggedRefusal(nullptr)};
 
 }  // namespace orvo::rest::firmware
-
-ORVO_REST_HANDLER(rest_firmware_main) {
-  using namespace orvo::rest::firmware;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_firmware", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-  return PrepareUpgrade(request, response);
-}

@@ -8,7 +8,7 @@
 #include <ctime>
 
 #include "btmp.h"
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "login_cookie.h"
 #include "orvo/utils/clock.h"
 #include "orvo/utils/mutex.h"
@@ -219,22 +219,21 @@ int Logout(CGIRequest const& request, CGIResponse& response) {
   return response.Commit();
 }
 
-}  // namespace
-
-}  // namespace orvo::rest::login
-
-ORVO_REST_HANDLER(rest_login_main) {
-  using namespace orvo::rest::login;
-  openlog("rest_login", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-  std::string const method = request.Method();
-  if (method != "POST") {
-    ORVO_LOG("rest_login_main", LOG_ERR, 0, "Cannot process '%s' request", method.c_str());
-    return -1;
+// "login" and "logout" share the entry point.
+Outcome servePost(Call const& call, Variant&) {
+  if (call.endpoint == "login") {
+    return Login(call.request, call.response, call.version, call.endpoint, call.rest);
   }
-  if (endpoint == "login") return Login(request, response, version, endpoint, rest);
-  if (endpoint == "logout") return Logout(request, response);
+  if (call.endpoint == "logout") return Logout(call.request, call.response);
   ORVO_LOG("rest_login_main", LOG_ERR, 0, "Unknown service '%s' passed to login/logout handler",
-            endpoint.c_str());
+           call.endpoint.c_str());
   return -1;
 }
+
+}  // namespace
+
+Endpoint const kEndpoint = {"rest_login", kLogFile, "rest_login_main",
+                                {okRow("POST", servePost)},
+                                loggedRefusal("Cannot process '%s' request")};
+
+}  // namespace orvo::rest::login

@@ -4,7 +4,7 @@
 // client; the answer repeats what was accepted.
 #include <iterator>
 
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "log_redact.h"
 #include "messages/daemons.h"
 #include "messages/device.h"
@@ -157,44 +157,32 @@ bool pass_adoption_info_to_avclient(Variant const& body) {
   return false;
 }
 
-// The request's own "mgmt" and "wifi", as they came.
-bool acceptedEcho(Variant const& body, std::string& text) {
-  Variant echo;
-  echo.IsArray(false);
-  echo["mgmt"] = *body.GetKeyChain(orvo::variant::VT_ANY, "mgmt", false);
-  if (Variant const* wifi = containerAt(body, "wifi")) echo["wifi"] = *wifi;
-  return echo.ToJSON(text, false);
-}
+namespace {
 
-}  // namespace orvo::rest::manage
-
-ORVO_REST_HANDLER(rest_manage_main) {
-  using namespace orvo::rest::manage;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_manage", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  if (request.Method() != "POST") {
-    response.SetStatus(orvo::cgi::kHttpMethodNotAllowed);
-    return response.Commit();
-  }
-  Variant const& body = request.Json();
+// The answer repeats the request's own "mgmt" and "wifi", as they came.
+Outcome servePost(Call const& call, Variant& echo) {
+  Variant const& body = call.request.Json();
   if (!request_data_valid(body)) {
-    ORVO_LOG("rest_manage_main", LOG_INFO, 0, "request data %s",
-             orvo::rest::loggableJson(body).c_str());
-    response.SetStatus(orvo::cgi::kHttpBadRequest);
-    return response.Commit();
+    ORVO_LOG("rest_manage_main", LOG_INFO, 0, "request data %s", loggableJson(body).c_str());
+    call.response.SetStatus(cgi::kHttpBadRequest);
+    return call.response.Commit();
   }
   if (containerAt(body, "wifi") != nullptr && !compose_change_wifi_settings(body)) return -1;
   if (!pass_adoption_info_to_avclient(body)) {
-    response.SetStatus(orvo::cgi::kHttpInternalError);
-    return response.Commit();
+    call.response.SetStatus(cgi::kHttpInternalError);
+    return call.response.Commit();
   }
-  std::string text;
-  if (!acceptedEcho(body, text)) return -1;
-  response.SetStatus(orvo::cgi::kHttpOk);
-  response.body << text;
-  return response.Commit();
+  echo.IsArray(false);
+  echo["mgmt"] = *body.GetKeyChain(orvo::variant::VT_ANY, "mgmt", false);
+  if (Variant const* wifi = containerAt(body, "wifi")) echo["wifi"] = *wifi;
+  return kReply;
 }
+
+}  // namespace
+
+// Any other method: 405, nothing logged.
+Endpoint const kEndpoint = {"rest_manage", kLogFile, "rest_manage_main",
+                                {documentRow("POST", servePost, nullptr, nullptr)},
+                                {nullptr, cgi::kHttpMethodNotAllowed, 0}};
+
+}  // namespace orvo::rest::manage

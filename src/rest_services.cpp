@@ -2,7 +2,7 @@
 // PUT id=<version>/services: start (true) or stop (false) them.
 // The web server itself ("http") is never listed nor touched from here: a
 // client must not be able to switch off the interface it talks through.
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "messages/daemons.h"
 #include "messages/device.h"
 #include "orvo/utils/services.h"
@@ -21,9 +21,8 @@ constexpr char kUntouchable[] = "http";
 constexpr char kIpcClient[] = "orvo_service";
 constexpr unsigned kIpcTimeoutMs = 5000;
 
-int handle_get(CGIResponse& response) {
-  Variant answer;
-  answer.IsArray(false);
+Outcome handle_get(Call const&, Variant& document) {
+  document.IsArray(false);
   for (std::string const& name : orvo::utils::ListServices()) {
     if (name == kUntouchable) continue;
     int state = 0;
@@ -31,17 +30,9 @@ int handle_get(CGIResponse& response) {
       ORVO_LOG("handle_get", LOG_ERR, 0, "Failed to get %s status", name.c_str());
       continue;
     }
-    answer[name] = state != 0;
+    document[name] = state != 0;
   }
-  std::string json;
-  if (!answer.ToJSON(json, false)) {
-    ORVO_LOG("handle_get", LOG_ERR, 0, "Failed to convert data");
-    response.SetStatus(cgi::kHttpInternalError);
-    return -1;
-  }
-  response.SetStatus(cgi::kHttpOk);
-  response.body << json;
-  return response.Commit();
+  return kReply;
 }
 
 bool sendServiceRequest(std::string const& name, bool start) {
@@ -57,8 +48,8 @@ bool sendServiceRequest(std::string const& name, bool start) {
 
 // Best effort: a service whose request is not delivered does not stop the
 // others, and the answer is 200 either way.
-int handle_put(CGIRequest const& request, CGIResponse& response) {
-  Variant const& body = request.Json();
+Outcome handle_put(Call const& call, Variant&) {
+  Variant const& body = call.request.Json();
   for (std::string const& name : orvo::utils::ListServices()) {
     if (name == kUntouchable) continue;
     if (!body.Has(orvo::variant::VT_BOOL, name.c_str())) continue;
@@ -66,25 +57,14 @@ int handle_put(CGIRequest const& request, CGIResponse& response) {
       ORVO_LOG("handle_put", LOG_WARNING, 0, "Unable to send IPC request");
     }
   }
-  response.SetStatus(cgi::kHttpOk);
-  return response.Commit();
+  return kReply;
 }
 
 }  // namespace
 
+Endpoint const kEndpoint = {"rest_service", kLogFile, "rest_services_main",
+                            {documentRow("GET", handle_get, "handle_get", "Failed to convert data"),
+                             okRow("PUT", handle_put)},
+                            {"Unsupported method '%s'", cgi::kHttpInternalError, 0}};
+
 }  // namespace orvo::rest::services
-
-ORVO_REST_HANDLER(rest_services_main) {
-  using namespace orvo::rest::services;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_service", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  std::string const method = request.Method();
-  if (method == "GET") return handle_get(response);
-  if (method == "PUT") return handle_put(request, response);
-  ORVO_LOG("rest_services_main", LOG_ERR, 0, "Unsupported method '%s'", method.c_str());
-  return response.Commit();
-}

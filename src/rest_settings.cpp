@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "handlers.h"
 #include "messages/camera.h"
 #include "messages/device.h"
 #include "messages/network.h"
@@ -15,6 +14,7 @@
 #include "orvo/utils/system_cfg.h"
 #include "orvo/variant/camera_info.h"
 #include "daemon_batch.h"
+#include "endpoint_rows.h"
 #include "messages/daemons.h"
 #include "rest_log.h"
 
@@ -31,6 +31,7 @@ constexpr unsigned kSendLimitMs = 5000;
 constexpr unsigned kAnswerLimitMs = 5000;
 // Daemons slower than this are named in the log.
 constexpr unsigned long kSlowAnswerMs = 1000;
+constexpr char kJsonFailureShort[] = "Failed to convert data to JSON";
 
 // An empty change request asks a daemon for its current settings; only the
 // function name and the wish for an answer are set.
@@ -156,7 +157,7 @@ Variant settingsDocument(Variant& answers, Variant device, Variant httpd) {
 
 }  // namespace
 
-int handle_get(cgi::CGIResponse& response) {
+Outcome handle_get(Call const&, Variant& document) {
   DaemonBatch batch("rest_settings_get", {kLogFile, "handle_get"});
   if (!batch.init()) return -1;
   std::vector<BaseRequestMessage> questions;
@@ -178,29 +179,13 @@ int handle_get(cgi::CGIResponse& response) {
   for (std::size_t i = 0; i < questions.size(); ++i) {
     answers[kQuestions[i].key] = batch.answer(questions[i]);
   }
-  Variant const document = settingsDocument(answers, std::move(device), std::move(httpd));
-  std::string text;
-  if (!document.ToJSON(text, false)) {
-    ORVO_LOG("handle_get", LOG_ERR, 0, "Failed to convert data to JSON");
-    return -1;
-  }
-  response.SetStatus(cgi::kHttpOk);
-  response.body << text;
-  return response.Commit();
+  document = settingsDocument(answers, std::move(device), std::move(httpd));
+  return kReply;
 }
+
+Endpoint const kEndpoint = {"rest_settings", kLogFile, "rest_settings_main",
+                            {documentRow("GET", handle_get, "handle_get", kJsonFailureShort),
+                             okRow("PUT", handle_put, kPutLockName)},
+                            {"Unsupported method '%s'", cgi::kHttpInternalError, 0}};
 
 }  // namespace orvo::rest::settings
-
-ORVO_REST_HANDLER(rest_settings_main) {
-  using namespace orvo::rest::settings;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_settings", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-  std::string const method = request.Method();
-  if (method == "GET") return handle_get(response);
-  if (method == "PUT") return handle_put(request, response);
-  ORVO_LOG("rest_settings_main", LOG_ERR, 0, "Unsupported method '%s'", method.c_str());
-  return response.Commit();
-}

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orvo/variant/variant.h"
+#include "endpoint_recipe.h"
 #include "orvo_cgi.h"
 
 namespace orvo::rest::settings {
@@ -38,8 +39,11 @@ orvo::variant::Variant adoptionFromBody(orvo::variant::Variant const& body);
 // The configuration tool's arguments for a PUT body, "flash" first.
 std::vector<std::string> systemCfgArguments(orvo::variant::Variant const& body);
 
-// The two routines behind rest_settings_main.
-int handle_get(orvo::cgi::CGIResponse& response);
-int handle_put(orvo::cgi::CGIRequest const& request, orvo::cgi::CGIResponse& response);
+// The lock a write runs under, also its name on the bus.
+constexpr char kPutLockName[] = "rest_settings_put";
+
+// The two methods behind rest_settings_main.
+Outcome handle_get(Call const& call, orvo::variant::Variant& document);
+Outcome handle_put(Call const& call, orvo::variant::Variant& document);
 
 }  // namespace orvo::rest::settings

@@ -23,7 +23,6 @@ namespace orvo::rest::settings {
 namespace {
 
 constexpr char kLogFile[] = "src/rest_settings";
-constexpr char kLockName[] = "rest_settings_put";
 constexpr unsigned kSendLimitMs = 5000;
 constexpr unsigned kAnswerLimitMs = 20000;
 
@@ -184,10 +183,9 @@ std::vector<std::string> systemCfgArguments(Variant const& body) {
   return args;
 }
 
-int handle_put(cgi::CGIRequest const& request, cgi::CGIResponse& response) {
-  InterProcessMutex mutex(kLockName, false);
-  if (!cgi::lock(kLockName, mutex, response)) return response.Commit();
-
+Outcome handle_put(Call const& call, Variant&) {
+  cgi::CGIRequest const& request = call.request;
+  cgi::CGIResponse& response = call.response;
   response.SetStatus(cgi::kHttpBadRequest);
   if (!is_valid_put_request(request)) {
     ORVO_LOG("handle_put", LOG_ERR, 0, "Invalid request");
@@ -195,7 +193,7 @@ int handle_put(cgi::CGIRequest const& request, cgi::CGIResponse& response) {
   }
   response.SetStatus(cgi::kHttpInternalError);
   Variant const& body = request.Json();
-  DaemonBatch batch(kLockName, {kLogFile, "handle_put"});
+  DaemonBatch batch(kPutLockName, {kLogFile, "handle_put"});
   if (!batch.init()) return 0;
   std::vector<std::pair<char const*, BaseRequestMessage>> messages = messagesFor(body);
   std::vector<BatchRequest> requests;
@@ -215,8 +213,7 @@ int handle_put(cgi::CGIRequest const& request, cgi::CGIResponse& response) {
       return -1;
     }
   }
-  response.SetStatus(cgi::kHttpOk);
-  return response.Commit();
+  return kReply;
 }
 
 }  // namespace orvo::rest::settings

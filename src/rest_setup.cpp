@@ -5,7 +5,7 @@
 #include "rest_setup.h"
 
 #include "daemon_batch.h"
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "messages/daemons.h"
 #include "messages/network.h"
 #include "orvo/utils/strings.h"
@@ -70,7 +70,7 @@ Variant setupForm(Variant const& settings, Variant const& status,
   return form;
 }
 
-int handle_get(cgi::CGIResponse& response) {
+Outcome handle_get(Call const&, Variant& document) {
   DaemonBatch batch("rest_setup_get", {kLogFile, "handle_get"});
   if (!batch.init()) return 0;
   ChangeNetworkSettings settings;
@@ -88,30 +88,13 @@ int handle_get(cgi::CGIResponse& response) {
   batch.waitSent(kSendLimitMs);
   batch.waitAnswered(kAnswerLimitMs);
 
-  Variant const form = setupForm(batch.answer(settings), batch.answer(status), configuration);
-  std::string text;
-  if (!form.ToJSON(text, false)) {
-    ORVO_LOG("handle_get", LOG_ERR, 0, "Failed to convert data to JSON format");
-    return 0;
-  }
-  response.SetStatus(cgi::kHttpOk);
-  response.body << text;
-  return response.Commit();
+  document = setupForm(batch.answer(settings), batch.answer(status), configuration);
+  return kReply;
 }
+
+Endpoint const kEndpoint = {"rest_setup", kLogFile, "rest_setup_main",
+                            {documentRow("GET", handle_get, "handle_get"),
+                             okRow("PUT", handle_put, kLockName)},
+                            {"Unsupported method '%s'", cgi::kHttpInternalError, 0}};
 
 }  // namespace orvo::rest::setup
-
-ORVO_REST_HANDLER(rest_setup_main) {
-  using namespace orvo::rest::setup;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_setup", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  std::string const method = request.Method();
-  if (method == "GET") return handle_get(response);
-  if (method == "PUT") return handle_put(request, response);
-  ORVO_LOG("rest_setup_main", LOG_ERR, 0, "Unsupported method '%s'", method.c_str());
-  return response.Commit();
-}

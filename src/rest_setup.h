@@ -9,6 +9,7 @@
 
 #include "messages/network.h"
 #include "orvo/variant/variant.h"
+#include "endpoint_recipe.h"
 #include "orvo_cgi.h"
 
 namespace orvo::rest::setup {
@@ -40,8 +41,8 @@ orvo::variant::Variant setupForm(orvo::variant::Variant const& settings,
                                  orvo::variant::Variant const& status,
                                  std::vector<std::string> const& configuration);
 
-int handle_get(orvo::cgi::CGIResponse& response);
-int handle_put(orvo::cgi::CGIRequest const& request, orvo::cgi::CGIResponse& response);
+Outcome handle_get(Call const& call, orvo::variant::Variant& document);
+Outcome handle_put(Call const& call, orvo::variant::Variant& document);
 // Runs in the child of a PUT: 0, or -1 when the controller could not be
 // recorded.
 int do_apply_settings(orvo::variant::Variant const& body);

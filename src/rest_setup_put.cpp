@@ -217,10 +217,9 @@ int do_apply_settings(Variant const& body) {
   return 0;
 }
 
-int handle_put(cgi::CGIRequest const& request, cgi::CGIResponse& response) {
-  InterProcessMutex mutex(kLockName, false);
-  if (!cgi::lock(kLockName, mutex, response)) return response.Commit();
-  Variant const& body = request.Json();
+Outcome handle_put(Call const& call, Variant&) {
+  cgi::CGIResponse& response = call.response;
+  Variant const& body = call.request.Json();
   if (!isValidPutRequest(body)) {
     ORVO_LOG("handle_put", LOG_ERR, 0, "Not a valid PUT request");
     return -1;

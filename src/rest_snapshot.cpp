@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "orvo/utils/file_handle.h"
 #include "orvo/utils/paths.h"
 #include "rest_log.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr char kSnapshotPath[] = "/tmp/snap.jpeg";
 
 // `path` is the device path; the log names it so.
-bool SendFile(std::string const& path, CGIResponse& response) {
+bool SendFile(std::string const& path, cgi::CGIResponse& response) {
   orvo::utils::File file;
   if (!file.Initialize(orvo::utils::devicePath(path), 0, 0)) {
     ORVO_LOG("SendFile", LOG_ERR, errno, "Failed to open file %s", path.c_str());
@@ -56,30 +56,25 @@ std::string ContentTypeOf(std::string const& path) {
   return extension == "jpg" || extension == "jpeg" ? "image/jpeg" : "application/octet-stream";
 }
 
-}  // namespace orvo::rest::snapshot
+namespace {
 
-ORVO_REST_HANDLER(rest_snapshot_main) {
-  using namespace orvo::rest::snapshot;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_snapshot", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  std::string const method = request.Method();
-  if (method != "GET" && method != "POST") {
-    ORVO_LOG("rest_snapshot_main", LOG_ERR, 0, "Cannot process %s request", method.c_str());
-    return -1;
-  }
+Outcome serveSnapshot(Call const& call, variant::Variant&) {
   // A link is not the pipeline's picture: /tmp is shared, links are not followed.
   std::string const path = orvo::utils::devicePath(kSnapshotPath);
   if (!orvo::utils::fileExists(path.c_str(), true) || !orvo::utils::isFile(path)) {
     ORVO_LOG("rest_snapshot_main", LOG_WARNING, 0, "File %s does not exist or is not a file",
              kSnapshotPath);
-    response.SetStatus(orvo::cgi::kHttpNotFound);
+    call.response.SetStatus(cgi::kHttpNotFound);
     return -1;
   }
-  if (!SendFile(kSnapshotPath, response)) return -1;
-  response.SetStatus(orvo::cgi::kHttpOk);
-  return response.Commit();
+  if (!SendFile(kSnapshotPath, call.response)) return -1;
+  return kReply;
 }
+
+}  // namespace
+
+Endpoint const kEndpoint = {"rest_snapshot", kLogFile, "rest_snapshot_main",
+                                {okRow("GET", serveSnapshot), okRow("POST", serveSnapshot)},
+                                loggedRefusal("Cannot process %s request")};
+
+}  // namespace orvo::rest::snapshot

@@ -4,7 +4,7 @@
 // client's state file.
 #include "rest_status.h"
 
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "messages/daemons.h"
 #include "messages/network.h"
 #include "orvo/utils/paths.h"
@@ -200,7 +200,7 @@ bool RestGetStatus_0_1(Variant& reply) {
   return true;
 }
 
-bool RestGetStatus(CGIRequest const& request, Variant& reply) {
+bool RestGetStatus(cgi::CGIRequest const& request, Variant& reply) {
   CameraInfo info;
   if (!info.Init()) {
     ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to initialize CameraInfo manager");
@@ -258,28 +258,15 @@ bool RestGetStatus(CGIRequest const& request, Variant& reply) {
   return true;
 }
 
-}  // namespace orvo::rest::status
-
-ORVO_REST_HANDLER(rest_status_main) {
-  using namespace orvo::rest::status;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_status", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-  if (request.Method() != "GET") {
-    ORVO_LOG("rest_status_main", LOG_ERR, 0, "Cannot process %s request", request.Method().c_str());
-    return -1;
-  }
-  Variant document;
-  bool const built =
-      version == "0.1" ? RestGetStatus_0_1(document) : RestGetStatus(request, document);
-  if (!built) return -1;
-  std::string text;
-  if (!document.ToJSON(text, false)) {
-    ORVO_LOG("rest_status_main", LOG_ERR, 0, "Failed to convert data to JSON format");
-    return -1;
-  }
-  response.SetStatus(orvo::cgi::kHttpOk);
-  response.body << text;
-  return response.Commit();
+// The document of the request's API version.
+Outcome serveGet(Call const& call, Variant& document) {
+  bool const built = call.version == "0.1" ? RestGetStatus_0_1(document)
+                                           : RestGetStatus(call.request, document);
+  return built ? kReply : Outcome(-1);
 }
+
+Endpoint const kEndpoint = {"rest_status", kLogFile, "rest_status_main",
+                            {documentRow("GET", serveGet)},
+                            loggedRefusal("Cannot process %s request")};
+
+}  // namespace orvo::rest::status

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "orvo/utils/exec.h"
 #include "orvo/utils/file_handle.h"
 #include "orvo/utils/paths.h"
@@ -30,7 +30,7 @@ std::string bundleName(orvo::variant::CameraInfo& info) {
 
 // Runs the tool, then sends what it wrote and removes it. A bundle that
 // cannot be read stays, and so does its folder.
-int sendBundle(std::string const& path, std::string const& name, CGIResponse& response) {
+Outcome sendBundle(std::string const& path, std::string const& name, cgi::CGIResponse& response) {
   if (orvo::utils::sysExecSimple(kSupportTool, {path}) != 0) {
     ORVO_LOG("rest_support_main", LOG_ERR, 0, "Failed to execute '%s %s'", kSupportTool,
              path.c_str());
@@ -52,27 +52,10 @@ int sendBundle(std::string const& path, std::string const& name, CGIResponse& re
   response.body << bundle;
   file.Close();
   unlink(path.c_str());
-  response.SetStatus(cgi::kHttpOk);
-  return response.Commit();
+  return kReply;
 }
 
-}  // namespace
-
-}  // namespace orvo::rest::support
-
-ORVO_REST_HANDLER(rest_support_main) {
-  using namespace orvo::rest::support;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_support", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  if (request.Method() != "GET") {
-    ORVO_LOG("rest_support_main", LOG_ERR, 0, "Can not process %s request",
-             request.Method().c_str());
-    return -1;
-  }
+Outcome serveGet(Call const& call, variant::Variant&) {
   orvo::variant::CameraInfo info;
   if (!info.Init()) {
     ORVO_LOG("rest_support_main", LOG_ERR, 0, "Failed to initialize camera info manager");
@@ -85,8 +68,16 @@ ORVO_REST_HANDLER(rest_support_main) {
   }
   std::string const name = bundleName(info);
   std::string const path = orvo::utils::format("%s/%s", scratch.c_str(), name.c_str());
-  int const result = sendBundle(path, name, response);
+  Outcome const result = sendBundle(path, name, call.response);
   // Empty after a success; what a failed tool left makes this fail, silently.
   rmdir(scratch.c_str());
   return result;
 }
+
+}  // namespace
+
+Endpoint const kEndpoint = {"rest_support", kLogFile, "rest_support_main",
+                                {okRow("GET", serveGet)},
+                                loggedRefusal("Can not process %s request")};
+
+}  // namespace orvo::rest::support

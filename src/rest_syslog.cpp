@@ -1,7 +1,7 @@
 // GET id=<version>/syslog: the system log as a JSON array of its lines.
 #include <cerrno>
 
-#include "handlers.h"
+#include "endpoint_rows.h"
 #include "orvo/utils/logread.h"
 #include "orvo/utils/strings.h"
 #include "rest_log.h"
@@ -18,21 +18,8 @@ void appendChunk(char const* chunk, std::size_t length, void* context) {
 
 }  // namespace
 
-}  // namespace orvo::rest::syslog
-
-ORVO_REST_HANDLER(rest_syslog_main) {
-  using namespace orvo::rest::syslog;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_syslog", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
-
-  if (request.Method() != "GET") {
-    ORVO_LOG("rest_syslog_main", LOG_ERR, 0, "Can not process %s request",
-             request.Method().c_str());
-    return -1;
-  }
+// One string per line of the log.
+Outcome serveGet(Call const&, variant::Variant& document) {
   orvo::utils::Logread reader;
   if (!reader.Initialize()) {
     ORVO_LOG("rest_syslog_main", LOG_ERR, errno, "Failed to init log reader");
@@ -42,15 +29,13 @@ ORVO_REST_HANDLER(rest_syslog_main) {
   reader.ForEach(&appendChunk, &text);
   std::vector<std::string> lines;
   orvo::utils::split(text, "\n", lines);
-  orvo::variant::Variant answer;
-  answer.IsArray(true);
-  for (std::string const& line : lines) answer.PushBack(line);
-  std::string json;
-  if (!answer.ToJSON(json, false)) {
-    ORVO_LOG("rest_syslog_main", LOG_ERR, 0, "Failed to convert data to JSON format");
-    return -1;
-  }
-  response.SetStatus(orvo::cgi::kHttpOk);
-  response.body << json;
-  return response.Commit();
+  document.IsArray(true);
+  for (std::string const& line : lines) document.PushBack(line);
+  return kReply;
 }
+
+Endpoint const kEndpoint = {"rest_syslog", kLogFile, "rest_syslog_main",
+                            {documentRow("GET", serveGet)},
+                            loggedRefusal("Can not process %s request")};
+
+}  // namespace orvo::rest::syslog

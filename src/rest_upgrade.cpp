@@ -4,12 +4,13 @@
 // found there is refused, logged and removed, and never reaches the tool.
 // The tool flashes and restarts the device; this handler only reports
 // whether it succeeded.
+#include "endpoint_rows.h"
 #include "firmware_upload.h"
-#include "handlers.h"
 #include "orvo/utils/exec.h"
 #include "rest_log.h"
 
 namespace orvo::rest::upgrade {
+
 constexpr char kLogFile[] = "src/rest_upgrade";
 constexpr char kLockName[] = "rest_upgrade";
 constexpr char kUpdateTool[] = "/sbin/fwupdate";
@@ -23,29 +24,21 @@ std::string TrustedImage(PrivateDir& dir) {
            problem.c_str());
   return "";
 }
-}  // namespace orvo::rest::upgrade
 
-ORVO_REST_HANDLER(rest_upgrade_main) {
-  using namespace orvo::rest::upgrade;
-  (void)version;
-  (void)endpoint;
-  (void)rest;
-  openlog("rest_upgrade", LOG_PID, LOG_LOCAL0);
-  setLogFpSts(0);
+namespace {
 
-  if (request.Method() != "GET") {
-    ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "Cannot process %s request",
-             request.Method().c_str());
-    return -1;
-  }
-  InterProcessMutex mutex(kLockName, false);
-  if (!orvo::cgi::lock(kLockName, mutex, response)) return response.Commit();
-  orvo::rest::PrivateDir dir;
+Outcome serveGet(Call const&, variant::Variant&) {
+  PrivateDir dir;
   std::string const image = TrustedImage(dir);
-  if (image.empty() || orvo::utils::sysExecSimple(kUpdateTool, {"-m", image}) != 0) {
-    ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "FW update failed");
-    return -1;
-  }
-  response.SetStatus(orvo::cgi::kHttpOk);
-  return response.Commit();
+  if (!image.empty() && orvo::utils::sysExecSimple(kUpdateTool, {"-m", image}) == 0) return kReply;
+  ORVO_LOG("rest_upgrade_main", LOG_ERR, 0, "FW update failed");
+  return -1;
 }
+
+}  // namespace
+
+Endpoint const kEndpoint = {"rest_upgrade", kLogFile, "rest_upgrade_main",
+                                {okRow("GET", serveGet, kLockName)},
+                                loggedRefusal("Cannot process %s request")};
+
+}  // namespace orvo::rest::upgrade
