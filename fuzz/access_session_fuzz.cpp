@@ -9,9 +9,9 @@
 #include <cstring>
 #include <string>
 
+#include "access/session_db.h"
+#include "cgi/orvo_cgi.h"
 #include "orvo/utils/account.h"
-#include "orvo_cgi.h"
-#include "session_db.h"
 
 namespace {
 
