@@ -20,7 +20,6 @@ namespace {
 
 constexpr char kLogFile[] = "src/rest";
 constexpr char kAdoptionSource[] = "orvo_manage";
-constexpr unsigned kAdoptionTimeoutMs = 5000;
 
 // A string member of the JSON body; a member of another type is missing.
 Variant const* bodyString(CGIRequest const& request, char const* name) {
@@ -88,7 +87,7 @@ bool isAdopted() {
   message.NormalizeFields();
   Variant reply;
   if (!sendIpcBlockingWrapper(kAdoptionSource, daemons::kAvclient, message, &reply, true,
-                              kAdoptionTimeoutMs)) {
+                              kBusAnswerLimitMs)) {
     ORVO_LOG("isAdopted", LOG_ERR, 0, "Unable to send IPC to %s", daemons::kAvclient);
     return false;
   }

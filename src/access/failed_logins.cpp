@@ -13,6 +13,7 @@
 #include "orvo/utils/clock.h"
 #include "orvo/utils/file.h"
 #include "orvo/utils/paths.h"
+#include "shared/scoped_removal.h"
 
 namespace orvo::rest::access {
 
@@ -110,15 +111,14 @@ void appendEntry(orvo::cgi::CGIRequest const& request) {
     ORVO_LOG("appendEntry", LOG_ERR, errno, "Failed to mkstemp");
     return;
   }
+  // Gone on every way out but the rename into place.
+  ScopedRemoval copy(temp);
   if (close(fd) != 0) {
     ORVO_LOG("appendEntry", LOG_ERR, errno, "Failed to close");
     return;
   }
   int existing = EntriesInUTmp();
-  if (!selectBtmp("appendEntry")) {
-    unlink(temp.c_str());
-    return;
-  }
+  if (!selectBtmp("appendEntry")) return;
   setutent();
   for (int skip = existing - kKeptFailedLogins; skip > 0; --skip) {
     if (getutent() == nullptr) {
@@ -137,9 +137,10 @@ void appendEntry(orvo::cgi::CGIRequest const& request) {
     // updwtmp() reports nothing: a full disk shows only in the size. The old
     // file stays rather than being replaced by a cut one.
     ORVO_LOG("appendEntry", LOG_WARNING, 0, "Failed to write '%s'", temp.c_str());
-    unlink(temp.c_str());
   } else if (rename(temp.c_str(), target.c_str()) != 0) {
     ORVO_LOG("appendEntry", LOG_WARNING, errno, "Failed to rename '%s' to '%s'", temp.c_str(), kBtmpPath);
+  } else {
+    copy.keep();
   }
   endutent();
 }

@@ -3,14 +3,13 @@
 // another upload runs), never a body; the scratch file, the staged image's
 // place /tmp/.rest/fwupdate.bin, is gone afterwards in every case, so a
 // check also discards an image staged by an earlier upload.
-#include <unistd.h>
-
 #include <cerrno>
 
 #include "cgi/log_tag.h"
 #include "endpoints/rows.h"
 #include "orvo/utils/firmware.h"
 #include "shared/firmware_upload.h"
+#include "shared/scoped_removal.h"
 
 namespace orvo::rest::check {
 
@@ -25,13 +24,14 @@ Outcome serveCheck(Call const& call, variant::Variant&) {
   InterProcessMutex uploading(kUploadLockName, false);
   if (!ReceiveFwUpload(call.request, call.response, dir, uploading)) return call.response.Commit();
   std::string const saved = call.request.FormFileByName(kFwUploadField).tmpfile;
+  // Checked or not, nothing of the upload stays.
+  StagedImageRemoval const staged(dir);
+  ScopedRemoval upload(saved);
   if (!StageFwUpload(dir, saved)) {
     ORVO_LOG("rest_check_main", LOG_ERR, errno, "Can't move received file '%s'", saved.c_str());
-    int const result = call.response.Commit();
-    if (!saved.empty()) ::unlink(saved.c_str());
-    RemoveStagedImage(dir);
-    return result;
+    return call.response.Commit();
   }
+  upload.keep();
   orvo::utils::File image;
   if (!image.Initialize(dir.Path() + "/" + kStagedFwName, 0, 0)) {
     ORVO_LOG("rest_check_main", LOG_ERR, 0, "Can't open received file '%s'", saved.c_str());
@@ -40,9 +40,7 @@ Outcome serveCheck(Call const& call, variant::Variant&) {
   } else {
     ORVO_LOG("rest_check_main", LOG_ERR, 0, "Bad firmware image");
   }
-  int const result = call.response.Commit();
-  RemoveStagedImage(dir);
-  return result;
+  return call.response.Commit();
 }
 
 }  // namespace

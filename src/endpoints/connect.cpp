@@ -12,7 +12,6 @@ constexpr char kLogFile[] = "src/rest_connect";
 
 namespace {
 
-constexpr unsigned kConnectLimitMs = 5000;
 
 // True when the request was delivered; nobody waits for an answer.
 bool InitiateAvclientConnection() {
@@ -20,7 +19,7 @@ bool InitiateAvclientConnection() {
   message["functionName"] = "CancelWait";
   message["responseExpected"] = false;
   return sendIpcBlockingWrapper("rest_connect", daemons::kAvclient, message, nullptr, true,
-                                kConnectLimitMs);
+                                kBusAnswerLimitMs);
 }
 
 Outcome serveConnect(Call const&, variant::Variant&) {

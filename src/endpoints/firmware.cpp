@@ -4,14 +4,13 @@
 // decides), with the record the upgrade checks it against; a bad one is
 // removed and answered 200 with "badFwImage". Only a failure to store the
 // upload answers 400; a second upload while one runs answers 429.
-#include <unistd.h>
-
 #include <cerrno>
 
 #include "cgi/log_tag.h"
 #include "endpoints/rows.h"
 #include "orvo/utils/firmware.h"
 #include "shared/firmware_upload.h"
+#include "shared/scoped_removal.h"
 
 namespace orvo::rest::firmware {
 
@@ -20,30 +19,26 @@ namespace {
 constexpr char kLogFile[] = "src/rest_firmware";
 
 // Fills "updateStatus" (and "updatedFwVersion" once the image validated);
-// removes the staged image when it is bad, records it when it is kept.
-void CheckStagedImage(orvo::utils::File& image, PrivateDir const& dir, orvo::variant::Variant& reply) {
+// true when the image is good and recorded, so that it stays.
+bool CheckStagedImage(orvo::utils::File& image, PrivateDir const& dir, orvo::variant::Variant& reply) {
+  reply["updateStatus"] = "badFwImage";
   if (!orvo::utils::ValidateFw(image)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Bad firmware image");
-    reply["updateStatus"] = "badFwImage";
-    RemoveStagedImage(dir);
-    return;
+    return false;
   }
   std::string const fwVersion = orvo::utils::ExtractFwVersion(image);
   reply["updatedFwVersion"] = fwVersion;
   if (fwVersion.empty()) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Cannot retrieve FW version from the image");
-    reply["updateStatus"] = "badFwImage";
-    RemoveStagedImage(dir);
-    return;
+    return false;
   }
   if (!RecordStagedImage(dir)) {
     // Without its record the upgrade would refuse the image anyway.
     ORVO_LOG("PrepareUpgrade", LOG_ERR, errno, "Can't record the staged image");
-    reply["updateStatus"] = "badFwImage";
-    RemoveStagedImage(dir);
-    return;
+    return false;
   }
   reply["updateStatus"] = orvo::utils::IsThirdPartyFw(image) ? "thirdPartyFw" : "ok";
+  return true;
 }
 
 }  // namespace
@@ -60,21 +55,21 @@ Outcome PrepareUpgrade(Call const& call, orvo::variant::Variant& reply) {
   InterProcessMutex uploading(kUploadLockName, false);
   if (!ReceiveFwUpload(request, response, dir, uploading)) return response.Commit();
   std::string const saved = request.FormFileByName(kFwUploadField).tmpfile;
+  ScopedRemoval upload(saved);
+  StagedImageRemoval staged(dir);
   if (!StageFwUpload(dir, saved)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, errno, "Can't move received file '%s'", saved.c_str());
-    if (!saved.empty()) ::unlink(saved.c_str());
-    RemoveStagedImage(dir);
     response.Commit();
     return -1;
   }
+  upload.keep();
   orvo::utils::File image;
   if (!image.Initialize(dir.Path() + "/" + kStagedFwName, 0, 0)) {
     ORVO_LOG("PrepareUpgrade", LOG_ERR, 0, "Can't open received file '%s'", saved.c_str());
-    RemoveStagedImage(dir);
     response.Commit();
     return -1;
   }
-  CheckStagedImage(image, dir, reply);
+  if (CheckStagedImage(image, dir, reply)) staged.keep();
   return kReply;
 }
 

@@ -23,7 +23,6 @@ constexpr char kLogFile[] = "src/rest_manage";
 namespace {
 
 constexpr char kRequiredScheme[] = "wss";
-constexpr unsigned kNetworkLimitMs = 5000;
 constexpr unsigned kAdoptLimitMs = 10000;
 
 Variant const* containerAt(Variant const& body, char const* path) {
@@ -125,7 +124,7 @@ bool sendWifiChange(Variant const& body) {
     ORVO_LOG("compose_change_wifi_settings", LOG_ERR, 0, "Missing password");
   }
   return sendIpcBlockingWrapper("orvo_manage", daemons::kNetworkd, message, nullptr, true,
-                                kNetworkLimitMs);
+                                kBusAnswerLimitMs);
 }
 
 bool compose_change_wifi_settings(Variant const& body) {

@@ -12,8 +12,8 @@ constexpr char kLogFile[] = "src/rest_reset_image";
 namespace {
 
 constexpr char kClient[] = "rest_reset_image";
-constexpr unsigned kSendLimitMs = 10000;
-constexpr unsigned kAnswerLimitMs = 10000;
+// Both limits of the batch: defaults take the daemon longer than a read.
+constexpr unsigned kResetLimitMs = 10000;
 constexpr char kJsonFailureShort[] = "Failed to convert data to JSON";
 
 Outcome serveGet(Call const&, variant::Variant& document) {
@@ -24,8 +24,8 @@ Outcome serveGet(Call const&, variant::Variant& document) {
   reset.NormalizeFields();
   if (!batch.send({{daemons::kIspServer, &reset}})) return -1;
   // A daemon that does not answer in time leaves "isp" empty; still 200.
-  batch.waitSent(kSendLimitMs);
-  batch.waitAnswered(kAnswerLimitMs);
+  batch.waitSent(kResetLimitMs);
+  batch.waitAnswered(kResetLimitMs);
   document["isp"] = batch.answer(reset);
   return kReply;
 }

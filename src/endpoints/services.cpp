@@ -19,7 +19,6 @@ namespace {
 
 constexpr char kUntouchable[] = "http";
 constexpr char kIpcClient[] = "orvo_service";
-constexpr unsigned kIpcTimeoutMs = 5000;
 
 Outcome handle_get(Call const&, Variant& document) {
   document.IsArray(false);
@@ -43,7 +42,7 @@ bool sendServiceRequest(std::string const& name, bool start) {
   message["service"] = name;
   message.NormalizeFields();
   return sendIpcBlockingWrapper(kIpcClient, daemons::kCtlServer, message, nullptr, true,
-                                kIpcTimeoutMs);
+                                kBusAnswerLimitMs);
 }
 
 // Best effort: a service whose request is not delivered does not stop the

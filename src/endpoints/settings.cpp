@@ -27,8 +27,6 @@ constexpr char kLogFile[] = "src/rest_settings";
 
 namespace {
 
-constexpr unsigned kSendLimitMs = 5000;
-constexpr unsigned kAnswerLimitMs = 5000;
 // Daemons slower than this are named in the log.
 constexpr unsigned long kSlowAnswerMs = 1000;
 constexpr char kJsonFailureShort[] = "Failed to convert data to JSON";
@@ -168,12 +166,12 @@ Outcome handle_get(Call const&, Variant& document) {
     requests.push_back({question.daemon, &questions.back(), question.slowAnswerLine});
   }
   if (!batch.send(requests)) return -1;
-  batch.waitSent(kSendLimitMs);
+  batch.waitSent(kBatchSendLimitMs);
   // The configuration is read while the daemons work.
   Variant device;
   Variant httpd;
   if (!readConfiguration(device, httpd)) return -1;
-  batch.waitAnswered(kAnswerLimitMs);
+  batch.waitAnswered(kBatchAnswerLimitMs);
   batch.logSlowAnswers(kSlowAnswerMs);
   Variant answers;
   for (std::size_t i = 0; i < questions.size(); ++i) {

@@ -23,7 +23,6 @@ namespace orvo::rest::settings {
 namespace {
 
 constexpr char kLogFile[] = "src/rest_settings";
-constexpr unsigned kSendLimitMs = 5000;
 constexpr unsigned kAnswerLimitMs = 20000;
 
 Variant const* at(Variant const& body, char const* path, orvo::variant::VariantType type) {
@@ -200,7 +199,7 @@ Outcome handle_put(Call const& call, Variant&) {
   for (auto& [daemon, message] : messages) requests.push_back({daemon, &message});
   if (!batch.send(requests) || !sendAdoption(batch, body)) return -1;
 
-  batch.waitSent(kSendLimitMs);
+  batch.waitSent(kBatchSendLimitMs);
   if (!batch.waitAnswered(kAnswerLimitMs)) {
     ORVO_LOG("handle_put", LOG_ERR, 0, "Failed to apply IPC settings");
   }

@@ -20,8 +20,6 @@ namespace orvo::rest::setup {
 namespace {
 
 constexpr char kLogFile[] = "src/rest_setup";
-constexpr unsigned kSendLimitMs = 5000;
-constexpr unsigned kAnswerLimitMs = 5000;
 
 // The configuration keys the form shows, in the order setupForm takes them.
 constexpr char const* kConfigurationKeys[] = {"vestovideo.server", "vestovideo.uuid",
@@ -85,8 +83,8 @@ Outcome handle_get(Call const&, Variant& document) {
   std::vector<std::string> configuration;
   if (!readConfiguration(configuration)) return -1;
   if (configuration.empty()) return 0;
-  batch.waitSent(kSendLimitMs);
-  batch.waitAnswered(kAnswerLimitMs);
+  batch.waitSent(kBatchSendLimitMs);
+  batch.waitAnswered(kBatchAnswerLimitMs);
 
   document = setupForm(batch.answer(settings), batch.answer(status), configuration);
   return kReply;

@@ -24,7 +24,6 @@ namespace orvo::rest::setup {
 namespace {
 
 constexpr char kLogFile[] = "src/rest_setup";
-constexpr unsigned kNetworkLimitMs = 5000;
 
 bool present(Variant const& body, char const* key) {
   return body.Has(orvo::variant::VT_STRING, key);
@@ -191,7 +190,7 @@ ControllerCommand controllerCommand(Variant const& body, std::vector<std::string
 int do_apply_settings(Variant const& body) {
   ChangeNetworkSettings change = networkChange(body);
   if (!sendIpcBlockingWrapper(kLockName, daemons::kNetworkd, change, nullptr, true,
-                              kNetworkLimitMs)) {
+                              kBusAnswerLimitMs)) {
     ORVO_LOG("do_apply_settings", LOG_ERR, 0, "Failed to perform IPC call");
     return 0;
   }

@@ -25,7 +25,6 @@ constexpr char kLogFile[] = "src/rest_status";
 namespace {
 
 constexpr char kAvclientStatePath[] = "/etc/avclient_state.json";
-constexpr unsigned kNetworkStatusTimeoutMs = 5000;
 
 // JSON key and description key of every feature flag, in document order.
 struct FeatureRow {
@@ -159,7 +158,7 @@ bool queryNetworkStatus(Variant& reply) {
   message.functionName();  // the daemon dispatches on it
   message["responseExpected"] = true;
   if (!sendIpcBlockingWrapper("rest_status", daemons::kNetworkd, message, &reply, true,
-                              kNetworkStatusTimeoutMs)) {
+                              kBusAnswerLimitMs)) {
     ORVO_LOG("RestGetStatus", LOG_ERR, 0, "Failed to query NetworkStatus");
     return false;
   }

@@ -12,6 +12,7 @@
 #include "orvo/utils/paths.h"
 #include "orvo/utils/strings.h"
 #include "orvo/variant/camera_info.h"
+#include "shared/scoped_removal.h"
 
 namespace orvo::rest::support {
 
@@ -66,12 +67,11 @@ Outcome serveGet(Call const& call, variant::Variant&) {
     ORVO_LOG("rest_support_main", LOG_ERR, errno, "Failed to mkdtemp()");
     return -1;
   }
+  // Empty after a success; what a failed tool left keeps it, silently.
+  ScopedRemoval const folder(scratch);
   std::string const name = bundleName(info);
-  std::string const path = orvo::utils::format("%s/%s", scratch.c_str(), name.c_str());
-  Outcome const result = sendBundle(path, name, call.response);
-  // Empty after a success; what a failed tool left makes this fail, silently.
-  rmdir(scratch.c_str());
-  return result;
+  return sendBundle(orvo::utils::format("%s/%s", scratch.c_str(), name.c_str()), name,
+                    call.response);
 }
 
 }  // namespace

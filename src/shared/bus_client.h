@@ -9,6 +9,12 @@
 #include "orvo/ipc/messages/base.h"
 #include "orvo/variant/variant.h"
 
+namespace orvo::rest {
+// How long one request waits for its daemon (delivery, and the answer when
+// one is expected), unless it has its own reason to wait longer.
+constexpr unsigned kBusAnswerLimitMs = 5000;
+}  // namespace orvo::rest
+
 // Sends `message` from the endpoint `source` (a base name) to the daemon
 // `destination` and, when the message expects a response, stores it in
 // `*response`. `flag` and `timeoutMs` go to the bus unchanged. A message

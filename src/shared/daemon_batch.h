@@ -22,6 +22,11 @@
 namespace orvo {
 namespace rest {
 
+// A read's usual limits: every request of the batch handed to the bus, and
+// every answer in.
+constexpr unsigned kBatchSendLimitMs = 5000;
+constexpr unsigned kBatchAnswerLimitMs = 5000;
+
 // The module and step a batch's records are logged under.
 struct LogSite {
   char const* file;

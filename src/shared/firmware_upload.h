@@ -38,6 +38,23 @@ bool RecordStagedImage(PrivateDir const& dir);
 // Removes the staged image and its record.
 void RemoveStagedImage(PrivateDir const& dir);
 
+// RemoveStagedImage on every way out of a scope, unless the image is kept.
+class StagedImageRemoval {
+ public:
+  explicit StagedImageRemoval(PrivateDir const& dir) : dir_(dir) {}
+  ~StagedImageRemoval() {
+    if (!kept_) RemoveStagedImage(dir_);
+  }
+  StagedImageRemoval(StagedImageRemoval const&) = delete;
+  StagedImageRemoval& operator=(StagedImageRemoval const&) = delete;
+
+  void keep() { kept_ = true; }
+
+ private:
+  PrivateDir const& dir_;
+  bool kept_ = false;
+};
+
 // "" when the staged image is the one an upload recorded: a regular file,
 // not a link, one link, ours, mode 0600, unchanged since; else what is
 // wrong. Whatever was found is then removed.
