@@ -6,10 +6,12 @@
 # (entry: main and dispatch; access: who may ask; endpoints: one module
 # each; shared: helpers of several endpoints; cgi: the request and response).
 #   src_layers.sh SRC_DIR
-#   src_layers.sh --self-test SRC_DIR   (a copy with one back edge must fail)
+#   src_layers.sh --self-test SRC_DIR SCRATCH_DIR
+#     (a copy in SCRATCH_DIR with one back edge added must fail)
 set -euo pipefail
 if [ "$1" = --self-test ]; then
-  copy=$(mktemp -d)
+  mkdir -p "$3"
+  copy=$(mktemp -d "$3/src-layers.XXXXXX")
   trap 'rm -rf "$copy"' EXIT
   cp -R "$2/." "$copy"
   echo '#include "entry/dispatch.h"' >>"$copy/cgi/orvo_cgi.cpp"

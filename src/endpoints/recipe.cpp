@@ -45,7 +45,7 @@ int reply(Endpoint const& endpoint, MethodRow const& row, Call const& call,
   return call.response.Commit();
 }
 
-int serveLocked(Endpoint const& endpoint, MethodRow const& row, Call const& call) {
+int serveRow(Endpoint const& endpoint, MethodRow const& row, Call const& call) {
   variant::Variant document;
   Outcome const outcome = row.serve(call, document);
   if (outcome) return *outcome;
@@ -59,10 +59,10 @@ int serveEndpoint(Endpoint const& endpoint, Call const& call) {
   setLogFpSts(0);
   MethodRow const* row = rowFor(endpoint, call.request.Method());
   if (row == nullptr) return refuse(endpoint, call);
-  if (row->lock == nullptr) return serveLocked(endpoint, *row, call);
+  if (row->lock == nullptr) return serveRow(endpoint, *row, call);
   InterProcessMutex mutex(row->lock, false);
   if (!cgi::lock(row->lock, mutex, call.response)) return call.response.Commit();
-  return serveLocked(endpoint, *row, call);
+  return serveRow(endpoint, *row, call);
 }
 
 }  // namespace orvo::rest
