@@ -10,10 +10,10 @@
 #include <cstring>
 #include <string>
 
+#include "access/session_db.h"
+#include "access/session_table.h"
+#include "cgi/orvo_cgi.h"
 #include "orvo/utils/account.h"
-#include "orvo_cgi.h"
-#include "session_db.h"
-#include "session_table.h"
 
 namespace {
 

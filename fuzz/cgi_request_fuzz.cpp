@@ -14,8 +14,8 @@
 #include <cstring>
 #include <string>
 
-#include "orvo_cgi.h"
-#include "rest.h"
+#include "cgi/orvo_cgi.h"
+#include "entry/dispatch.h"
 
 namespace {
 

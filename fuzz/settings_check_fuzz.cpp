@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "rest_settings.h"
+#include "endpoints/settings.h"
 
 using namespace orvo::rest::settings;
 

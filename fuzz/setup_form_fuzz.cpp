@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "rest_setup.h"
+#include "endpoints/setup.h"
 
 using namespace orvo::rest::setup;
 

@@ -7,9 +7,9 @@
 #include <cstring>
 #include <vector>
 
-#include "support/camera_root.h"
-#include "btmp.h"
+#include "access/failed_logins.h"
 #include "orvo/utils/clock.h"
+#include "support/camera_root.h"
 
 namespace {
 

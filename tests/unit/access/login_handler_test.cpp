@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "../cgi/cgi_test_support.h"
-#include "handlers.h"
+#include "entry/handlers.h"
 
 namespace {
 

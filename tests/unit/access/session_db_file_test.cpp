@@ -7,8 +7,8 @@
 
 #include <string>
 
+#include "access/session_db.h"
 #include "support/camera_root.h"
-#include "session_db.h"
 
 namespace {
 

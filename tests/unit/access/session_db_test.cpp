@@ -4,8 +4,8 @@
 #include <limits>
 #include <vector>
 
-#include "login_cookie.h"
-#include "session_db.h"
+#include "access/login_cookie.h"
+#include "access/session_db.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "session_db.h"
-#include "session_table.h"
+#include "access/session_db.h"
+#include "access/session_table.h"
 
 namespace {
 

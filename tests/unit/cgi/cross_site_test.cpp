@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "cgi_test_support.h"
-#include "cross_site.h"
-#include "rest.h"
+#include "entry/cross_site.h"
+#include "entry/dispatch.h"
 
 using cgitest::CgiResult;
 using cgitest::loggedAt;

@@ -1,10 +1,10 @@
 // The endpoint registry and the dispatcher's path through one request.
 #include <gtest/gtest.h>
 
+#include "access/authenticators.h"
 #include "cgi_test_support.h"
-#include "handlers.h"
-#include "rest.h"
-#include "rest_auth.h"
+#include "entry/dispatch.h"
+#include "entry/handlers.h"
 
 using cgitest::CgiResult;
 using cgitest::logged;

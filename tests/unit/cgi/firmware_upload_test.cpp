@@ -1,7 +1,7 @@
 // Staging an uploaded image in the program's own folder, and what the
 // upgrade then trusts: only the file the upload staged and recorded. Each
 // check runs in a child with a camera root of its own (paths are cached).
-#include "firmware_upload.h"
+#include "shared/firmware_upload.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,7 +13,7 @@
 #include <functional>
 #include <string>
 
-#include "private_dir.h"
+#include "shared/private_dir.h"
 #include "support/camera_root.h"
 #include "support/process.h"
 

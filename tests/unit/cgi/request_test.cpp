@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <list>
 
+#include "cgi/orvo_cgi.h"
 #include "cgi_test_support.h"
-#include "orvo_cgi.h"
 
 using cgitest::CgiResult;
 using cgitest::logged;

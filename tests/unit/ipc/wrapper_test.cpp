@@ -5,10 +5,10 @@
 
 #include <string>
 
-#include "messages/daemons.h"
 #include "bus_test_support.h"
+#include "messages/daemons.h"
+#include "shared/bus_client.h"
 #include "support/poll.h"
-#include "utils.h"
 
 using bustest::Daemon;
 using orvo::ipc::messages::BaseRequestMessage;

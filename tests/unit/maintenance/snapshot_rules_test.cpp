@@ -1,7 +1,7 @@
 // The snapshot module's content-type rule and its regular-expression match.
 #include <gtest/gtest.h>
 
-#include "rest_snapshot.h"
+#include "endpoints/snapshot.h"
 
 using orvo::rest::snapshot::ContentTypeOf;
 using orvo::rest::snapshot::RegexMatch;

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "rest_setup.h"
+#include "endpoints/setup.h"
 
 using orvo::variant::Variant;
 using namespace orvo::rest::setup;

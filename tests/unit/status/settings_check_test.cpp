@@ -1,7 +1,7 @@
 // The body check of a settings PUT, rule by rule, without a camera process.
 #include <gtest/gtest.h>
 
-#include "rest_settings.h"
+#include "endpoints/settings.h"
 #include "status_test_support.h"
 
 using orvo::variant::Variant;

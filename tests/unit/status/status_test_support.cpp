@@ -12,9 +12,9 @@
 #include <sstream>
 #include <thread>
 
-#include "handlers.h"
+#include "cgi/orvo_cgi.h"
+#include "entry/handlers.h"
 #include "orvo/ipc/bus_server.h"
-#include "orvo_cgi.h"
 
 using orvo::variant::Variant;
 
