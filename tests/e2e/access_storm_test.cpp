@@ -37,7 +37,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kProcesses = 200;
 // Kill moments fall within this much of each start: all 200 run at once, so
 // on a few cores most are still at work then, at every stage of it.
-constexpr long kKillSpreadUs = 40000;
+constexpr long kKillSpreadUs = 20000;
+constexpr int kMaxRounds = 4;
 constexpr char kAddr[] = "10.1.2.3";
 
 struct Request {
@@ -181,7 +182,12 @@ TEST(KillStorm, KilledRequestsLeaveSoundFilesNoLocksAndNoTemporaries) {
   unsigned seed = static_cast<unsigned>(Clock::now().time_since_epoch().count());
   std::mt19937 random(seed);
   SCOPED_TRACE("seed " + std::to_string(seed));
-  for (int round = 0; round < rounds; ++round) {
+  // Enough must die mid-way, or the storm proves nothing. A quick machine
+  // ends more requests before their moment, so the storm goes on (at most
+  // kMaxRounds) until enough have died.
+  int killedInAll = 0;
+  for (int round = 0; round < rounds || (killedInAll < kProcesses / 20 && round < kMaxRounds);
+       ++round) {
     std::vector<std::string> ids;
     for (int i = 0; i < 20; ++i) {
       CgiResult answer = login(root, credentials("admin", "admin"), "0.1", kAddr);
@@ -206,8 +212,7 @@ TEST(KillStorm, KilledRequestsLeaveSoundFilesNoLocksAndNoTemporaries) {
     int killed = killAtTheirMoments(children);
     std::cout << "round " << round << ": " << killed << " of " << kProcesses
               << " requests killed before they ended\n";
-    // Enough must die mid-way, or the storm proves nothing.
-    EXPECT_GE(killed, kProcesses / 20);
+    killedInAll += killed;
     // Tools a killed request had started finish on their own.
     eventually([&] { return settled(root); }, std::chrono::seconds(5),
                std::chrono::milliseconds(50));
@@ -217,6 +222,7 @@ TEST(KillStorm, KilledRequestsLeaveSoundFilesNoLocksAndNoTemporaries) {
     EXPECT_EQ(after.status, "200") << "round " << round;
     readSessions(root);
   }
+  EXPECT_GE(killedInAll, kProcesses / 20);
 }
 
 }  // namespace
