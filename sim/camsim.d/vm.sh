@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-describe_command vm "vm up [--port N] [--fresh] | vm down | vm status | vm console" \
-  "the virtual AArch64 camera: its own kernel, BusyBox init and httpd, /tmp in RAM and a disk for what survives a power cycle, under qemu-system-aarch64 on 127.0.0.1:N (8090); --fresh: a factory-new disk"
+describe_command vm "vm up [--port N] [--shell-port N] [--fresh] | vm down | vm status | vm console | vm exec [COMMAND...]" \
+  "the virtual AArch64 camera: its own kernel, BusyBox init and httpd, /tmp in RAM and a disk for what survives a power cycle, under qemu-system-aarch64 on 127.0.0.1:N (8090); --fresh: a factory-new disk; exec: a command in its shell (the port after N unless --shell-port; no COMMAND: the script on standard input), with its output and exit status"
 
 # How long `vm up` waits for the first answer (software emulation is slow).
 VM_UP_WAIT_SECONDS=300
@@ -31,7 +31,8 @@ cmd_vm() {
     down) vm_down ;;
     status) vm_status ;;
     console) vm_console ;;
-    *) die "vm: unknown command '$command' (up, down, status, console)" ;;
+    exec) vm_exec "$@" ;;
+    *) die "vm: unknown command '$command' (up, down, status, console, exec)" ;;
   esac
 }
 
@@ -53,11 +54,13 @@ make_vm_disk() {  # <image>
 }
 
 vm_up() {
-  local port=8090 fresh=false
+  local port=8090 shell_port="" fresh=false
   while [ $# -gt 0 ]; do
     case "$1" in
       --port) [ $# -ge 2 ] && [[ $2 =~ ^[0-9]{1,5}$ ]] || die "vm up: --port needs a number"
         port=$2; shift ;;
+      --shell-port) [ $# -ge 2 ] && [[ $2 =~ ^[0-9]{1,5}$ ]] || die "vm up: --shell-port needs a number"
+        shell_port=$2; shift ;;
       --fresh) fresh=true ;;
       *) die "vm up: unknown option '$1'" ;;
     esac
@@ -78,6 +81,8 @@ vm_up() {
   rm -f -- "$state/qemu.pid" "$state/console.sock"
   : >"$state/serial.log"
   echo "$port" >"$state/port"
+  shell_port=${shell_port:-$((port + 1))}
+  echo "$shell_port" >"$state/shell-port"
   local started=$SECONDS
   # A guest reboot resets the machine: kernel and init start again.
   qemu-system-aarch64 -M virt -cpu cortex-a53 -m 256M -smp 1 \
@@ -86,7 +91,7 @@ vm_up() {
     -display none -monitor none \
     -chardev "socket,id=serial0,path=$state/console.sock,server=on,wait=off,logfile=$state/serial.log" \
     -serial chardev:serial0 \
-    -netdev "user,id=net0,hostfwd=tcp:127.0.0.1:$port-:80" -device virtio-net-device,netdev=net0 \
+    -netdev "user,id=net0,hostfwd=tcp:127.0.0.1:$port-:80,hostfwd=tcp:127.0.0.1:$shell_port-:2323" -device virtio-net-device,netdev=net0 \
     -drive "file=$state/disk.img,if=none,format=raw,id=disk0" -device virtio-blk-device,drive=disk0 \
     -daemonize -pidfile "$state/qemu.pid" || die "vm up: qemu did not start"
   local tries=$((VM_UP_WAIT_SECONDS * 2))
@@ -130,4 +135,28 @@ vm_console() {
   command -v socat >/dev/null || die "vm console: socat is not installed (scripts/install-deps.sh --vm)"
   echo "camsim: the camera's serial console; leave with Ctrl-]" >&2
   socat "-,raw,echo=0,escape=0x1d" "UNIX-CONNECT:$(vm_state_dir)/console.sock"
+}
+
+# One command in the guest's shell (its port 2323, device/vm/exec): the
+# script goes out whole, the answer is "<status> <output bytes> <error
+# bytes>" and the two outputs. Exits with the command's status.
+VM_EXEC_WAIT_SECONDS=600
+vm_exec() {
+  running_vm_pid >/dev/null || die "vm exec: the virtual camera is not running"
+  command -v socat >/dev/null || die "vm exec: socat is not installed (scripts/install-deps.sh --vm)"
+  local state reply header status out
+  state=$(vm_state_dir)
+  reply=$(mktemp "${TMPDIR:-/tmp}/camsim-exec.XXXXXX")
+  if [ $# -gt 0 ]; then printf '%s\n' "$*"; else cat; fi |
+    socat -t "$VM_EXEC_WAIT_SECONDS" - "TCP:127.0.0.1:$(cat "$state/shell-port")" >"$reply" || true
+  header=$(head -n 1 "$reply")
+  if ! [[ $header =~ ^([0-9]+)\ ([0-9]+)\ ([0-9]+)$ ]]; then
+    rm -f -- "$reply"
+    die "vm exec: the camera's shell did not answer"
+  fi
+  status=${BASH_REMATCH[1]} out=${BASH_REMATCH[2]}
+  tail -c +$((${#header} + 2)) "$reply" | head -c "$out"
+  tail -c +$((${#header} + 2 + out)) "$reply" >&2
+  rm -f -- "$reply"
+  return "$status"
 }

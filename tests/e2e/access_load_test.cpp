@@ -19,6 +19,7 @@
 
 #include "support/camera.h"
 #include "support/session.h"
+#include "support/virtual_camera.h"
 #include "orvo/variant/variant.h"
 
 namespace orvo {
@@ -55,6 +56,10 @@ std::string setCookieOf(HttpResponse const& response) {
 }
 
 TEST(AccessLoad, ConcurrentLoginsAndSessionRequestsThroughLighttpd) {
+  if (onVirtualCamera()) {
+    GTEST_SKIP() << "560 requests of 50 clients at once outlast the emulated camera's "
+                    "30 s a request";
+  }
   SimulatedCamera camera;
   std::vector<std::string> seeds;
   for (int i = 0; i < kSeedLogins; ++i) {
@@ -110,7 +115,7 @@ TEST(AccessLoad, ConcurrentLoginsAndSessionRequestsThroughLighttpd) {
   for (auto const& id : cookies) {
     ASSERT_EQ(id.size(), 32u);
     EXPECT_EQ(sessions.count(id), 1u) << "session " << id << " answered but not stored";
-    EXPECT_EQ(sessions[id].remoteAddr, "127.0.0.1");
+    EXPECT_EQ(sessions[id].remoteAddr, clientAddress());
   }
   std::vector<std::string> const lines = logLines(camera.root());
   auto count = [&](char const* part) {
@@ -170,6 +175,7 @@ std::vector<std::string> leftoverTemporaries(CameraRoot const& root) {
 }
 
 TEST(AccessCrash, KilledWritersNeverLeaveAnUnreadableDatabase) {
+  if (onVirtualCamera()) GTEST_SKIP() << kDirectRun;
   CameraRoot root(CameraRoot::Layout::kCamsim);
   constexpr int kRounds = 60;
   constexpr int kWritersPerRound = 4;

@@ -3,13 +3,13 @@
 // docs/openapi.yaml by the test support.
 #include <gtest/gtest.h>
 #include <stdio.h>
-#include <sys/stat.h>
 
 #include "messages/daemons.h"
 #include "support/camera.h"
 #include "support/json.h"
 #include "support/poll.h"
 #include "support/session.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -30,11 +30,18 @@ class ApiAnswersHttp : public SharedCameraTest {
   // The tool at `path` out of the way for one request.
   HttpResponse withoutTool(std::string const& path, std::string const& method, std::string const& target,
                            std::string const& body) {
-    std::string const tool = camera().root().file(path);
-    EXPECT_EQ(rename(tool.c_str(), (tool + ".away").c_str()), 0) << tool;
+    moveTool(path, path + ".away");
     HttpResponse answer = call(method, target, body);
-    EXPECT_EQ(rename((tool + ".away").c_str(), tool.c_str()), 0) << tool;
+    moveTool(path + ".away", path);
     return answer;
+  }
+  void moveTool(std::string const& from, std::string const& to) {
+    if (camera().root().isVirtualCamera()) {
+      inVirtualCamera("mv -f " + shellWord(from) + " " + shellWord(to));
+      return;
+    }
+    std::string const root = camera().root().path();
+    EXPECT_EQ(rename((root + from).c_str(), (root + to).c_str()), 0) << from;
   }
 
  private:
@@ -82,9 +89,8 @@ TEST_F(ApiAnswersHttp, ConnectWithSessionOrPassword) {
 }
 
 TEST_F(ApiAnswersHttp, SnapshotWithSessionOrPassword) {
-  std::string const picture = camera().root().file("/tmp/snap.jpeg");
-  struct stat info {};
-  ASSERT_TRUE(eventually([&] { return stat(picture.c_str(), &info) == 0; }, std::chrono::seconds(10)));
+  ASSERT_TRUE(eventually([&] { return camera().root().exists("/tmp/snap.jpeg"); },
+                         std::chrono::seconds(10), std::chrono::milliseconds(100)));
   HttpResponse got = call("GET", "/api/1.2/snapshot");
   EXPECT_EQ(got.status, 200);
   EXPECT_EQ(got.header("Content-Type"), "image/jpeg");
@@ -104,9 +110,14 @@ TEST_F(ApiAnswersHttp, PictureResetAndScan) {
 }
 
 TEST_F(ApiAnswersHttp, FactoryResetIsQueued) {
+  int const boots = camera().rebootCount();
   HttpResponse reset = call("GET", "/api/1.2/reset");
   EXPECT_EQ(reset.status, 200);
   EXPECT_EQ(reset.body, "");
+  // The virtual camera really restarts: the next program finds it up.
+  if (onVirtualCamera()) {
+    EXPECT_TRUE(camera().waitForReboots(boots + 1, 9, std::chrono::seconds(300)));
+  }
 }
 
 }  // namespace

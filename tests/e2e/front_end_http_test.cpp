@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/camera.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -15,8 +16,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr char kVersionBody[] = "{\"version\":\"1.2\"}";
-// lighttpd is on the loopback interface; it reports the client as such.
-constexpr char kLoopback[] = "127.0.0.1";
 
 std::string dispatcherRecord(std::string const& level, std::string const& text) {
   return "orvo_cgi " + level + " orvo_cgi: src/rest:processRestRequest: " + text;
@@ -89,7 +88,7 @@ TEST_F(FrontEndHttp, UnauthenticatedRequestAnswers401WithTheClientAddress) {
   EXPECT_THAT(logSummaries(),
               ElementsAre("orvo_cgi info orvo_cgi: src/rest:authenticate: No way to authenticate the "
                           "request: Method 'GET', remote addr '" +
-                              std::string(kLoopback) + "'",
+                              clientAddress() + "'",
                           dispatcherRecord("err", "Not yet authenticated to process 'status' request")));
 }
 

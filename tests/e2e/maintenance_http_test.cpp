@@ -12,6 +12,7 @@
 #include "support/json.h"
 #include "support/session.h"
 #include "support/stand_ins.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -160,6 +161,9 @@ TEST_F(MaintenanceHttp, ResetRestoresTheFactoryCameraAndRestarts) {
 
 // DELETE is above; every other method is checked directly (each restarts).
 TEST_F(MaintenanceHttp, RebootAnswers200ToEveryMethod) {
+  if (onVirtualCamera()) {
+    GTEST_SKIP() << "the virtual camera restarts once for two requests a moment apart";
+  }
   for (char const* method : {"PUT", "POST"}) {
     HttpResponse answer = call(method, "reboot");
     EXPECT_EQ(answer.status, 200) << method;
@@ -182,6 +186,9 @@ TEST_F(MaintenanceHttp, RefusalsAnswer500) {
   EXPECT_EQ(reset.status, 500);
   EXPECT_EQ(countLogged("Failed to enqueue reset to defaults"), 1u);
 
+  if (onVirtualCamera()) {
+    GTEST_SKIP() << "the rest needs a broken network daemon, a stand-in process of this machine";
+  }
   control("orvo_networkd", {"stop"});
   BrokenDaemon network(camera_.root(), "orvo_networkd");
   HttpResponse scan = call("GET", "ap");

@@ -10,6 +10,7 @@
 #include "support/json.h"
 #include "support/poll.h"
 #include "support/session.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -29,6 +30,7 @@ constexpr char kFourServices[] = R"({"services": [
 class ServicesCgi : public SharedRootTest {
  protected:
   void SetUp() override {
+    if (onVirtualCamera()) GTEST_SKIP() << kDirectRun;
     keep({kList});
     cookie_ = cgiSessionCookie(root_);
     markLog();

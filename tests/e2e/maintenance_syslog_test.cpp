@@ -7,6 +7,7 @@
 #include "orvo/variant/variant.h"
 #include "support/camera.h"
 #include "support/session.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -20,6 +21,7 @@ constexpr char kAddr[] = "10.1.2.3";
 class SyslogCgi : public SharedRootTest {
  protected:
   void SetUp() override {
+    if (onVirtualCamera()) GTEST_SKIP() << kDirectRun;
     keep({"/var/log/messages.0"});
     cookie_ = cgiSessionCookie(root_);
     root_.write("/var/log/messages", "");

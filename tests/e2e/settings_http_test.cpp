@@ -15,6 +15,7 @@
 #include "support/json.h"
 #include "support/poll.h"
 #include "support/session.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -33,8 +34,10 @@ using orvo::daemons::kStreamer;
 // Whether a process holds the settings write's lock right now, read from
 // /proc/locks: trying the lock would itself turn a writer away.
 bool settingsWriteRunning(CameraRoot const& root) {
+  constexpr char kLock[] = "/run/lock/orvo/rest_settings_put.lock";
+  if (root.isVirtualCamera()) return virtualCameraLockHeld(kLock);
   struct stat file {};
-  if (stat(root.file("/run/lock/orvo/rest_settings_put.lock").c_str(), &file) != 0) return false;
+  if (stat(root.file(kLock).c_str(), &file) != 0) return false;
   std::ifstream locks("/proc/locks");
   std::string const inode = ":" + std::to_string(file.st_ino) + " ";
   for (std::string line; std::getline(locks, line);) {

@@ -36,7 +36,7 @@ int tokenLogin(SimulatedCamera const& camera) {
 orvo::variant::Variant callControlServer(SimulatedCamera const& camera,
                                          std::string const& message) {
   ProcessResult call =
-      runCamsim("call", camera.root().path(), {orvo::daemons::kCtlServer, message});
+      runCamsim("call", camera.root(), {orvo::daemons::kCtlServer, message});
   EXPECT_TRUE(call.exited && call.exitCode == 0) << call.err;
   return parsed(call.out);
 }

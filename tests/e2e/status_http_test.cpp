@@ -9,6 +9,7 @@
 #include "support/camera.h"
 #include "support/json.h"
 #include "support/session.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -31,7 +32,7 @@ TEST_F(StatusHttp, DocumentFromTheSimulatedCamera) {
   EXPECT_EQ(text(doc, "features/wifi"), "1");
   EXPECT_EQ(text(doc, "network/nic"), R"("eth0")");
   EXPECT_EQ(text(doc, "network/ip"), R"("192.168.1.57")");
-  EXPECT_EQ(text(doc, "request/remoteIp"), R"("127.0.0.1")");
+  EXPECT_EQ(text(doc, "request/remoteIp"), "\"" + clientAddress() + "\"");
   EXPECT_EQ(text(doc, "device/language"), R"("en-US")");
   EXPECT_EQ(text(doc, "device/firstTimeUse"), "true");
   // The simulator has no video chip, so no temperature.

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "support/poll.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -27,13 +28,37 @@ ProcessResult runCamsim(std::string const& command, std::string const& root,
   return runProcess(process);
 }
 
+ProcessResult runCamsim(std::string const& command, CameraRoot const& root,
+                        std::vector<std::string> const& arguments) {
+  if (!root.isVirtualCamera()) return runCamsim(command, root.path(), arguments);
+  std::string const script = virtualCameraCommand(command, arguments);
+  if (!script.empty()) return runInVirtualCamera(script);
+  ProcessResult none;
+  none.exited = true;
+  none.exitCode = 2;
+  none.err = "the virtual camera has no 'camsim " + command + "' for this";
+  return none;
+}
+
 void camsim(CameraRoot const& root, std::string const& command,
             std::vector<std::string> const& arguments) {
-  ProcessResult result = runCamsim(command, root.path(), arguments);
+  ProcessResult result = runCamsim(command, root, arguments);
   EXPECT_TRUE(result.exited && result.exitCode == 0) << command << " failed: " << result.err;
 }
 
-SimulatedCamera::SimulatedCamera(DaemonList const& daemons) {
+SimulatedCamera::SimulatedCamera(DaemonList const& daemons)
+    : root_(onVirtualCamera() ? CameraRoot::Layout::kVirtualCamera : CameraRoot::Layout::kCamsim) {
+  if (onVirtualCamera()) {
+    // The virtual camera is running already; a program before this one
+    // may have restarted it, so it is awaited with all its daemons.
+    port_ = virtualCameraPort();
+    baseUrl_ = "http://127.0.0.1:" + std::to_string(port_);
+    if (!waitForReboots(0, 9, std::chrono::seconds(300))) {
+      throw std::runtime_error("the virtual camera does not run (./camsim vm up)");
+    }
+    prepareVirtualCamera();
+    return;
+  }
   std::vector<std::string> options = {"--cgi", restCgiPath(), "--server", testWebServer()};
   if (!daemons.empty()) {
     std::string list;
@@ -55,7 +80,13 @@ SimulatedCamera::SimulatedCamera(DaemonList const& daemons) {
   throw std::runtime_error("camsim up failed: " + errors);
 }
 
-SimulatedCamera::~SimulatedCamera() { runCamsim("down", root_.path()); }
+SimulatedCamera::~SimulatedCamera() {
+  if (onVirtualCamera()) {
+    releaseVirtualCamera();
+  } else {
+    runCamsim("down", root_.path());
+  }
+}
 
 namespace {
 
@@ -67,6 +98,10 @@ struct CameraStatus {
 };
 
 CameraStatus cameraStatus(CameraRoot const& root) {
+  if (root.isVirtualCamera()) {
+    VirtualCameraStatus const status = virtualCameraStatus();
+    return {status.boots, status.running};
+  }
   ProcessResult status = runCamsim("status", root.path());
   CameraStatus out;
   std::size_t at = status.out.find("reboots: ");
@@ -95,6 +130,12 @@ SharedStateTest::SharedStateTest(CameraRoot const& root)
     : sharedRoot_(root), mark_(root), snapshot_(root, cameraStatePaths()) {}
 
 void SharedStateTest::TearDown() {
+  // The virtual camera's clock is its system clock, which no file keeps.
+  if (sharedRoot_.isVirtualCamera() && clockMoved_ != 0) {
+    std::string const back = (clockMoved_ > 0 ? "-" : "+") + std::to_string(std::llabs(clockMoved_));
+    camsim(sharedRoot_, "clock", {back});
+  }
+  clockMoved_ = 0;
   for (auto const& kept : kept_) kept->restore();
   kept_.clear();
   snapshot_.restore();
@@ -108,8 +149,9 @@ void SharedStateTest::keep(std::vector<std::string> const& paths) {
   kept_.push_back(std::make_unique<RootSnapshot>(sharedRoot_, paths));
 }
 
-void SharedStateTest::moveClock(std::string const& step) const {
+void SharedStateTest::moveClock(std::string const& step) {
   camsim(sharedRoot_, "clock", {step});
+  clockMoved_ += std::stoll(step);
 }
 
 void SharedStateTest::setToken(std::string const& token) const {

@@ -35,6 +35,10 @@ namespace test {
 // Runs `camsim <command> --root <root> <arguments...>`.
 ProcessResult runCamsim(std::string const& command, std::string const& root,
                         std::vector<std::string> const& arguments = {});
+// The same for a camera root; on the virtual camera the command (ctl,
+// token, clock, call, state) runs in the camera's shell instead.
+ProcessResult runCamsim(std::string const& command, CameraRoot const& root,
+                        std::vector<std::string> const& arguments = {});
 // The same; a failure fails the calling test.
 void camsim(CameraRoot const& root, std::string const& command,
             std::vector<std::string> const& arguments);
@@ -67,7 +71,7 @@ class SimulatedCamera {
                       std::chrono::milliseconds limit = std::chrono::seconds(60)) const;
 
  private:
-  CameraRoot root_{CameraRoot::Layout::kCamsim};
+  CameraRoot root_;
   int port_ = 0;
   std::string baseUrl_;
 };
@@ -86,7 +90,7 @@ class SharedStateTest : public ::testing::Test {
   // How many of those lines hold `part` anywhere (place or text).
   std::size_t countLogged(std::string const& part) const;
   // `camsim clock <step>` ("+301"); undone when the test ends.
-  void moveClock(std::string const& step) const;
+  void moveClock(std::string const& step);
   // `camsim token <value>`; undone when the test ends.
   void setToken(std::string const& token) const;
   // Also put back these device files and folders (beyond the camera's
@@ -101,10 +105,12 @@ class SharedStateTest : public ::testing::Test {
  private:
   LogMark mark_;
   RootSnapshot snapshot_;
+  long long clockMoved_ = 0;  // seconds, to move back on the virtual camera
   std::vector<std::unique_ptr<RootSnapshot>> kept_;
 };
 
 // One camsim-made root for the whole program; nothing runs in it.
+// Against the virtual camera such tests are skipped (kDirectRun).
 class SharedRootTest : public SharedStateTest {
  protected:
   SharedRootTest() : SharedStateTest(root()) {}

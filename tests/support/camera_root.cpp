@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "support/process.h"
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -68,6 +69,8 @@ CameraRoot::CameraRoot(Layout layout) : owner_(getpid()) {
   std::string pattern = scratchFolder() + "/root-XXXXXX";
   if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed in " + scratchFolder());
   path_ = pattern;
+  virtual_ = layout == Layout::kVirtualCamera;
+  if (virtual_) return;
   if (layout == Layout::kCamsim) {
     runCamsimInit(path_);
   } else {
@@ -91,15 +94,18 @@ std::string CameraRoot::file(std::string const& deviceAbsolutePath) const {
 }
 
 std::string CameraRoot::read(std::string const& deviceAbsolutePath) const {
+  if (virtual_) return virtualCameraRead(deviceAbsolutePath);
   return readWhole(file(deviceAbsolutePath));
 }
 
 bool CameraRoot::exists(std::string const& deviceAbsolutePath) const {
+  if (virtual_) return virtualCameraExists(deviceAbsolutePath);
   std::error_code ignored;
   return fs::exists(fs::symlink_status(file(deviceAbsolutePath), ignored));
 }
 
 void CameraRoot::write(std::string const& deviceAbsolutePath, std::string const& content) const {
+  if (virtual_) return virtualCameraWrite(deviceAbsolutePath, content);
   fs::path const path = file(deviceAbsolutePath);
   // rest.cgi's own folder in /tmp is trusted only as 0700.
   if (fs::create_directories(path.parent_path()) && path.parent_path() == file(kPrivateFolder)) {
@@ -109,11 +115,28 @@ void CameraRoot::write(std::string const& deviceAbsolutePath, std::string const&
 }
 
 void CameraRoot::remove(std::string const& deviceAbsolutePath) const {
+  if (virtual_) return virtualCameraRemove(deviceAbsolutePath);
   std::error_code ignored;
   fs::remove(file(deviceAbsolutePath), ignored);
 }
 
+std::vector<std::string> CameraRoot::list(std::string const& deviceFolder) const {
+  std::vector<std::string> names;
+  if (virtual_) {
+    std::istringstream text(inVirtualCamera("[ ! -d " + shellWord(deviceFolder) + " ] || ls -A " +
+                                            shellWord(deviceFolder)));
+    for (std::string name; std::getline(text, name);) names.push_back(name);
+    return names;
+  }
+  std::error_code ignored;
+  for (auto const& entry : fs::directory_iterator(file(deviceFolder), ignored)) {
+    names.push_back(entry.path().filename().string());
+  }
+  return names;
+}
+
 void CameraRoot::age(std::string const& deviceAbsolutePath, long seconds) const {
+  if (virtual_) return virtualCameraAge(deviceAbsolutePath, seconds);
   struct timespec times[2];
   clock_gettime(CLOCK_REALTIME, &times[0]);
   times[0].tv_sec -= seconds;
@@ -133,7 +156,12 @@ CameraRoot const& processRoot(CameraRoot::Layout layout) {
 }
 
 RootSnapshot::RootSnapshot(CameraRoot const& root, std::vector<std::string> paths)
-    : root_(root), paths_(std::move(paths)), files_(scan()) {
+    : root_(root), paths_(std::move(paths)) {
+  if (root_.isVirtualCamera()) {
+    kept_ = keepInVirtualCamera(paths_);
+    return;
+  }
+  files_ = scan();
   for (auto const& devicePath : paths_) {
     if (!root_.exists(devicePath)) absent_.push_back(devicePath);
   }
@@ -160,6 +188,7 @@ std::map<std::string, std::string> RootSnapshot::scan() const {
 }
 
 void RootSnapshot::restore() const {
+  if (root_.isVirtualCamera()) return restoreVirtualCamera(kept_, paths_);
   for (auto const& [devicePath, content] : scan()) {
     auto const kept = files_.find(devicePath);
     if (kept == files_.end()) {

@@ -27,6 +27,10 @@ class CameraRoot {
   enum class Layout {
     kFolders,  // the device's folders only (no camsim, no account)
     kCamsim,   // what `camsim init` makes: folders, account, description
+    // The running virtual camera's own files (support/virtual_camera.h):
+    // read(), exists(), write(), remove(), age() and snapshots act in the
+    // camera; path() and file() name an empty folder on this machine.
+    kVirtualCamera,
   };
 
   explicit CameraRoot(Layout layout = Layout::kFolders);
@@ -35,6 +39,7 @@ class CameraRoot {
   CameraRoot& operator=(CameraRoot const&) = delete;
 
   std::string const& path() const { return path_; }
+  bool isVirtualCamera() const { return virtual_; }
   // path() + deviceAbsolutePath, e.g. file("/tmp/.rest_0_1.db").
   std::string file(std::string const& deviceAbsolutePath) const;
   // A device file's bytes, "" when it is absent.
@@ -43,12 +48,15 @@ class CameraRoot {
   // Writes the whole file (its folders made as needed).
   void write(std::string const& deviceAbsolutePath, std::string const& content) const;
   void remove(std::string const& deviceAbsolutePath) const;
+  // The names in a device folder (none when it is absent).
+  std::vector<std::string> list(std::string const& deviceFolder) const;
   // Sets the entry's last change `seconds` back in real time (file times do
   // not follow the camera's clock); a link's own time, not its target's.
   void age(std::string const& deviceAbsolutePath, long seconds) const;
 
  private:
   std::string path_;
+  bool virtual_ = false;
   int owner_;  // a forked child that exits normally must not remove the root
 };
 
@@ -75,6 +83,7 @@ class RootSnapshot {
   std::vector<std::string> paths_;
   std::map<std::string, std::string> files_;  // device path -> content
   std::vector<std::string> absent_;            // given paths absent at the snapshot
+  std::string kept_;  // the virtual camera's copy (keepInVirtualCamera)
 };
 
 // The device paths a camera keeps its state in: configuration, account and

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/virtual_camera.h"
+
 namespace orvo {
 namespace test {
 
@@ -17,11 +19,15 @@ constexpr char kAddr[] = "10.1.2.3";
 
 std::string makeImage(CameraRoot const& root, std::string const& name, std::string const& version,
                       std::vector<std::string> const& arguments) {
-  std::string const out = root.file("/sim/" + name);
+  // The virtual camera's images are signed with its factory root's key,
+  // and made on this machine.
+  bool const vm = root.isVirtualCamera();
+  std::string const out = vm ? root.path() + "/" + name : root.file("/sim/" + name);
   std::vector<std::string> args = {"--version", version};
   args.insert(args.end(), arguments.begin(), arguments.end());
   args.push_back(out);
-  camsim(root, "fwimage", args);
+  ProcessResult made = runCamsim("fwimage", vm ? virtualCameraFactory() : root.path(), args);
+  EXPECT_TRUE(made.exited && made.exitCode == 0) << "fwimage failed: " << made.err;
   return out;
 }
 
@@ -102,10 +108,7 @@ std::vector<std::string> leftoverUploads(CameraRoot const& root) {
   return names;
 }
 
-bool stagedImageExists(CameraRoot const& root) {
-  struct stat info {};
-  return lstat(root.file(kStagedImage).c_str(), &info) == 0;
-}
+bool stagedImageExists(CameraRoot const& root) { return root.exists(kStagedImage); }
 
 }  // namespace test
 }  // namespace orvo

@@ -18,7 +18,9 @@ constexpr char kStagedImage[] = "/tmp/.rest/fwupdate.bin";
 constexpr char kStagedRecord[] = "/tmp/.rest/fwupdate.rec";
 
 // `camsim fwimage --root ROOT --version VERSION ARGUMENTS... OUT` with OUT in
-// the root's simulator folder; returns OUT. A failure fails the calling test.
+// the root's simulator folder (on the virtual camera: with its factory
+// root's key, OUT on this machine); returns OUT. A failure fails the
+// calling test.
 std::string makeImage(CameraRoot const& root, std::string const& name, std::string const& version,
                       std::vector<std::string> const& arguments = {});
 

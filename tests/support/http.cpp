@@ -2,6 +2,7 @@
 
 #include "support/openapi_check.h"
 #include "support/process.h"
+#include "support/virtual_camera.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -67,8 +68,10 @@ std::optional<HttpResponse> parseHttpResponse(std::string const& raw) {
 
 std::string const& testWebServer() {
   static std::string const server = [] {
+    // The virtual camera serves through BusyBox's httpd.
     char const* name = std::getenv("ORVO_TEST_WEB_SERVER");
-    return std::string(name && std::string(name) == "busybox" ? "busybox" : "lighttpd");
+    bool const busybox = onVirtualCamera() || (name && std::string(name) == "busybox");
+    return std::string(busybox ? "busybox" : "lighttpd");
   }();
   return server;
 }

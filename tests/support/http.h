@@ -33,7 +33,7 @@ struct HttpRequest {
 };
 
 // The web server the tests run the camera behind: "lighttpd", or "busybox"
-// when ORVO_TEST_WEB_SERVER says so.
+// when ORVO_TEST_WEB_SERVER says so or on the virtual camera.
 std::string const& testWebServer();
 
 // BusyBox's httpd rewrites no URL: behind it "/api/<id>[?query]" is asked

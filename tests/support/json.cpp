@@ -35,7 +35,7 @@ std::set<std::string> keysOf(Variant const& value) {
 }
 
 Variant daemonState(CameraRoot const& root, char const* daemon) {
-  ProcessResult state = runCamsim("state", root.path(), {daemon});
+  ProcessResult state = runCamsim("state", root, {daemon});
   EXPECT_EQ(state.exitCode, 0) << state.err;
   return parsed(state.out);
 }

@@ -4,6 +4,9 @@
 
 #include <fstream>
 #include <regex>
+#include <sstream>
+
+#include "support/virtual_camera.h"
 
 namespace orvo {
 namespace test {
@@ -46,7 +49,29 @@ std::vector<LogRecord> parseLogLines(std::vector<std::string> const& lines) {
   return records;
 }
 
+namespace {
+
+// The virtual camera's log from `offset` on, each line as the simulated
+// camera writes it. Its syslogd moves a full log to messages.0 (once since
+// the offset, at most: it holds 200 KiB).
+std::vector<std::string> virtualCameraLogLines(std::size_t offset) {
+  std::string const from = std::to_string(offset + 1);
+  std::istringstream in(inVirtualCamera(
+      "f=/var/log/messages; [ -e $f ] || exit 0; "
+      "if [ \"$(wc -c <$f)\" -lt " + std::to_string(offset) + " ]; then tail -c +" + from + " $f.0; cat $f; "
+      "else tail -c +" + from + " $f; fi"));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) {
+    std::string const converted = simulatedLogLine(line);
+    if (!converted.empty()) lines.push_back(converted);
+  }
+  return lines;
+}
+
+}  // namespace
+
 std::vector<std::string> logLines(CameraRoot const& root, std::size_t offset) {
+  if (root.isVirtualCamera()) return virtualCameraLogLines(offset);
   std::ifstream in(root.file(kLogFile), std::ios::binary);
   in.seekg(static_cast<std::streamoff>(offset));
   std::vector<std::string> lines;
@@ -88,6 +113,11 @@ std::vector<LogRecord> withText(std::vector<LogRecord> const& records, std::stri
 }
 
 LogMark::LogMark(CameraRoot const& root) : root_(&root), offset_(0) {
+  if (root.isVirtualCamera()) {
+    std::string const size = inVirtualCamera("wc -c <" + std::string(kLogFile) + " || echo 0");
+    offset_ = std::stoul(size);
+    return;
+  }
   std::ifstream in(root.file(kLogFile), std::ios::binary | std::ios::ate);
   if (in) offset_ = static_cast<std::size_t>(in.tellg());
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -86,8 +88,39 @@ std::map<std::string, SessionRecord> readSessions(CameraRoot const& root) {
   return sessions;
 }
 
+namespace {
+
+// AArch64's record (the virtual camera's): the same fields up to ut_exit,
+// then 64-bit ut_session and ut_tv, 400 bytes in all.
+constexpr std::size_t kAarch64Utmp = 400;
+constexpr std::size_t kCommonPrefix = offsetof(struct utmp, ut_session);
+
+struct utmp utmpOfAarch64(char const* record) {
+  struct utmp out {};
+  std::memcpy(&out, record, kCommonPrefix);
+  std::int64_t session = 0, seconds = 0, microseconds = 0;
+  std::memcpy(&session, record + 336, 8);
+  std::memcpy(&seconds, record + 344, 8);
+  std::memcpy(&microseconds, record + 352, 8);
+  out.ut_session = static_cast<decltype(out.ut_session)>(session);
+  out.ut_tv.tv_sec = static_cast<decltype(out.ut_tv.tv_sec)>(seconds);
+  out.ut_tv.tv_usec = static_cast<decltype(out.ut_tv.tv_usec)>(microseconds);
+  std::memcpy(out.ut_addr_v6, record + 360, sizeof out.ut_addr_v6);
+  return out;
+}
+
+}  // namespace
+
 std::vector<struct utmp> readBtmp(CameraRoot const& root) {
   std::string text = root.read(kFailedLogins);
+  if (root.isVirtualCamera()) {
+    EXPECT_EQ(text.size() % kAarch64Utmp, 0u) << "btmp holds a partial record";
+    std::vector<struct utmp> records;
+    for (std::size_t at = 0; at + kAarch64Utmp <= text.size(); at += kAarch64Utmp) {
+      records.push_back(utmpOfAarch64(text.data() + at));
+    }
+    return records;
+  }
   EXPECT_EQ(text.size() % sizeof(struct utmp), 0u) << "btmp holds a partial record";
   std::vector<struct utmp> records(text.size() / sizeof(struct utmp));
   if (!records.empty()) std::memcpy(records.data(), text.data(), records.size() * sizeof(utmp));

@@ -90,13 +90,13 @@ BrokenDaemon::BrokenDaemon(CameraRoot const& root, char const* daemon)
 
 StartedDaemon::StartedDaemon(CameraRoot const& root, char const* daemon)
     : root_(root), daemon_(daemon) {
-  ProcessResult started = runCamsim("ctl", root.path(), {daemon, "start"});
+  ProcessResult started = runCamsim("ctl", root, {daemon, "start"});
   if (!started.exited || started.exitCode != 0) {
     throw std::runtime_error("cannot start " + daemon_ + ": " + started.err);
   }
 }
 
-StartedDaemon::~StartedDaemon() { runCamsim("ctl", root_.path(), {daemon_, "stop"}); }
+StartedDaemon::~StartedDaemon() { runCamsim("ctl", root_, {daemon_, "stop"}); }
 
 void StartedDaemon::control(std::string const& what, std::string const& value) {
   camsim(root_, "ctl", {daemon_, what, value});
