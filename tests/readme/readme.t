@@ -19,6 +19,7 @@ Not run here:
   - curl http://127.0.0.1:8090/cgi-bin/rest.cgi?id=1.2/version  # asks the virtual camera
   - ./camsim vm status  # acts on the repository's build-vm/, a person's virtual camera
   - ./camsim vm console  # a person's shell on the virtual camera
+  - ./camsim vm exec 'ls /tmp/.rest'  # needs a running virtual camera (the vm stage and ./run-tests --vm use it)
   - ./camsim vm down  # acts on the repository's build-vm/, a person's virtual camera
   - tools/openapi/openapi.sh lint  # the test openapi_lint runs it
   - tools/openapi/openapi.sh html OUTDIR  # every build runs it (tools/openapi/CMakeLists.txt)
