@@ -2,7 +2,8 @@
 # Which of README.md's commands the transcript runs. Both files are read by
 # commands.awk, so a command is named the same in both however it is wrapped:
 # the transcript's steps ("  $ ", continued by "  > ") as a prompted block,
-# its excused commands ("  - COMMAND  # reason") as a plain one.
+# its excused commands ("  - COMMAND  # reason") as a plain one. Needs: here.
+# shellcheck disable=SC2154 # `here` is the sourcing script's
 
 # The transcript's README commands, "<line>\t<command>", at their own lines.
 transcript_commands() {  # <transcript>

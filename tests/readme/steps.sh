@@ -2,6 +2,7 @@
 # The transcript's steps: reading them from readme.t, running each command
 # as README.md shows it (in the scratch folder, against this test's camera)
 # and checking what it did. Needs: repo, here, work, show, fail.
+# shellcheck disable=SC2154 # those are the sourcing script's
 #
 # In readme.t, lines indented by two spaces belong to a step:
 #   $ COMMAND       a command README.md shows ("> " continues it)
