@@ -90,8 +90,7 @@ bool CreateSession(CGIRequest const& request, std::string& id) {
   SessionTable db;
   if (!loadForLogin(path, db)) return false;
   makeRoom(db);
-  db.Put(newId, record);
-  if (!writeSessionTable(path, db)) {
+  if (!db.Put(newId, record) || !writeSessionTable(path, db)) {
     ORVO_LOG(fn, LOG_ERR, 0, "Failed to save auth database");
     return false;
   }

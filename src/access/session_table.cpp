@@ -120,31 +120,32 @@ std::size_t SessionTable::EvictOldest(std::size_t keep) {
   return excess;
 }
 
-void SessionTable::Put(std::string const& id, Variant const& record) {
+bool SessionTable::Put(std::string const& id, Variant const& record) {
   // The record styled as a member at the top level: a one-member document
   // written by the dynamic value, then located like any file's members.
   Variant document;
   document.IsArray(false);
   document[id] = record;
   std::string text;
-  if (!document.ToJSON(text, true)) return;
+  if (!document.ToJSON(text, true)) return false;
   std::string_view const all(written_.emplace_back(std::move(text)));
   Entry entry;
   orvo::variant::MembersAsText(written_.back(), "", [&](MemberText const& member) {
     entry.key = span(all, member.keyBegin, member.keyEnd);
     entry.value = span(all, member.valueBegin, member.valueEnd);
   });
-  if (entry.key.empty()) return;
+  if (entry.key.empty()) return false;
   entry.id = written_.emplace_back(id);
   entry.expiry = sessionExpiry(record);
   auto it = find(id);
   if (it != entries_.end()) {
     *it = std::move(entry);
-    return;
+    return true;
   }
   it = std::lower_bound(entries_.begin(), entries_.end(), entry.id,
                         [](Entry const& e, std::string_view key) { return byId(e.id, key); });
   entries_.insert(it, std::move(entry));
+  return true;
 }
 
 bool SessionTable::Remove(std::string const& id) {

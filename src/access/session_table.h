@@ -38,8 +38,8 @@ class SessionTable {
   // The records that expire first go until at most `keep` are left (of equal
   // expiry, the smaller identifier first); returns how many.
   std::size_t EvictOldest(std::size_t keep);
-  // Adds or replaces the record of `id`.
-  void Put(std::string const& id, orvo::variant::Variant const& record);
+  // Adds or replaces the record of `id`; false when it cannot be written.
+  bool Put(std::string const& id, orvo::variant::Variant const& record);
   bool Remove(std::string const& id);
 
   // The styled JSON text of the database: byte for byte what

@@ -32,7 +32,7 @@ void expectSameAsValues(std::string const& text, uint64_t nowMs, std::size_t kee
   EXPECT_EQ(table.PruneExpired(nowMs), pruneExpiredSessions(db, nowMs)) << text;
   EXPECT_EQ(table.EvictOldest(keep), evictOldestSessions(db, keep)) << text;
   Variant record = makeSessionRecord("10.0.0.9", nowMs);
-  table.Put("NEWSESSION", record);
+  EXPECT_TRUE(table.Put("NEWSESSION", record));
   db["NEWSESSION"] = record;
   std::string const written = table.Styled();
   Variant again;
